@@ -1,0 +1,31 @@
+// The validation report: self-interactions, molecules named alike with different codes,
+// repeated interactions with different effects or types, and reversed pairs.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "model/network.h"
+#include "util/progress.h"
+
+namespace tessel {
+
+inline constexpr const char* kValidationPageName = "validation.htm";
+
+// Counts of what the report lists, for summaries and JSON.
+struct ValidationSummary {
+  std::size_t selfLoops = 0;
+  std::size_t codeConflicts = 0;
+  std::size_t effectConflicts = 0;
+  std::size_t reversedPairs = 0;
+};
+
+// The HTML text of "validation.htm".
+std::string ValidationPage(const Network& network, ValidationSummary* summary = nullptr);
+
+// Writes "validation.htm" into `folder`; returns the page's path.
+std::filesystem::path WriteValidationReport(const Network& network,
+                                            const std::filesystem::path& folder,
+                                            ValidationSummary* summary = nullptr);
+
+}  // namespace tessel

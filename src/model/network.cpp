@@ -1,0 +1,183 @@
+#include "model/network.h"
+
+#include <algorithm>
+
+namespace tessel {
+
+std::string UpperCaseKey(std::string_view s) {
+  std::string key(s);
+  for (char& c : key) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return key;
+}
+
+MoleculeId Network::findId(std::string_view name) const {
+  const auto it = nameIndex_.find(name);
+  return it == nameIndex_.end() ? 0 : it->second;
+}
+
+const Interaction* Network::findInteraction(MoleculeId source, MoleculeId target) const {
+  const auto it = pairIndex_.find(pairKey(source, target));
+  return it == pairIndex_.end() ? nullptr : &interactions_[it->second];
+}
+
+void NetworkBuilder::reserve(std::size_t rows) {
+  net_.interactions_.reserve(rows);
+  net_.pairIndex_.reserve(rows);
+}
+
+MoleculeId NetworkBuilder::addMolecule(const EndPoint& e) {
+  auto it = net_.nameIndex_.find(e.name);
+  if (it != net_.nameIndex_.end()) return it->second;
+  Molecule m;
+  m.id = static_cast<MoleculeId>(net_.molecules_.size() + 1);
+  m.name = e.name;
+  m.accession = e.accession;
+  m.extraId = e.extraId;
+  m.moleculeType = e.moleculeType;
+  m.location = e.location;
+  net_.nameIndex_.emplace(m.name, m.id);
+  net_.molecules_.push_back(std::move(m));
+  return net_.molecules_.back().id;
+}
+
+void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target,
+                            std::string_view effect, std::string_view interactionType,
+                            PubmedId pubmedId, std::size_t line) {
+  ++rows_;
+  const MoleculeId s = addMolecule(source);
+  const MoleculeId t = addMolecule(target);
+  const auto [it, inserted] = net_.pairIndex_.try_emplace(
+      Network::pairKey(s, t), static_cast<std::uint32_t>(net_.interactions_.size()));
+  if (!inserted) {
+    Interaction& existing = net_.interactions_[it->second];
+    auto& ids = existing.pubmedIds;
+    if (std::find(ids.begin(), ids.end(), pubmedId) == ids.end()) ids.push_back(pubmedId);
+    if (existing.effect != effect || existing.interactionType != interactionType) {
+      net_.conflicts_.push_back(
+          {it->second, std::string(effect), std::string(interactionType), line});
+    }
+    return;
+  }
+  Interaction i;
+  i.id = static_cast<std::uint32_t>(net_.interactions_.size() + 1);
+  i.source = s;
+  i.target = t;
+  i.sourceAccession = source.accession;
+  i.sourceExtraId = source.extraId;
+  i.sourceType = source.moleculeType;
+  i.sourceLocation = source.location;
+  i.targetAccession = target.accession;
+  i.targetExtraId = target.extraId;
+  i.targetType = target.moleculeType;
+  i.targetLocation = target.location;
+  i.effect = effect;
+  i.interactionType = interactionType;
+  i.pubmedIds.push_back(pubmedId);
+  net_.interactions_.push_back(std::move(i));
+}
+
+namespace {
+
+// Fills a compressed adjacency from (owner, value) pairs, keeping the pairs' order.
+template <typename Value, typename Pairs>
+void FillCompressed(std::size_t n, const Pairs& pairs, std::vector<std::size_t>& start,
+                    std::vector<Value>& values) {
+  start.assign(n + 1, 0);
+  for (const auto& [owner, value] : pairs) ++start[owner];
+  for (std::size_t i = 1; i <= n; ++i) start[i] += start[i - 1];
+  // Owner v (1-based) now owns [start[v-1], start[v]).
+  values.resize(pairs.size());
+  std::vector<std::size_t> next(start.begin(), start.end() - 1);
+  for (const auto& [owner, value] : pairs) values[next[owner - 1]++] = value;
+}
+
+void CountLinks(Molecule& source, Molecule& target, const Interaction& i) {
+  source.links.allLinks++;
+  target.links.allLinks++;
+  if (i.isNeutral()) {
+    source.links.neutralLinks++;
+    target.links.neutralLinks++;
+    return;
+  }
+  source.links.outLinks++;
+  target.links.inLinks++;
+  if (i.effect == "+") {
+    source.links.positiveLinks++;
+    target.links.positiveLinks++;
+    source.links.positiveOutLinks++;
+    target.links.positiveInLinks++;
+  } else {
+    source.links.negativeLinks++;
+    target.links.negativeLinks++;
+    source.links.negativeOutLinks++;
+    target.links.negativeInLinks++;
+  }
+}
+
+}  // namespace
+
+Network NetworkBuilder::build() {
+  Network& net = net_;
+  const std::size_t n = net.molecules_.size();
+
+  // Undirected neighbours in order of first meeting: interactions in creation order give
+  // exactly that order, since each pair's first row creates its interaction.
+  std::vector<std::pair<MoleculeId, MoleculeId>> ends;
+  ends.reserve(net.interactions_.size() * 2);
+  for (const Interaction& i : net.interactions_) {
+    if (i.source == i.target) continue;
+    ends.emplace_back(i.source, i.target);
+    ends.emplace_back(i.target, i.source);
+  }
+  std::vector<std::size_t> candidateStart;
+  std::vector<MoleculeId> candidates;
+  FillCompressed(n, ends, candidateStart, candidates);
+  ends = {};
+  net.neighbourStart_.assign(n + 1, 0);
+  net.neighbourIds_.clear();
+  net.neighbourIds_.reserve(candidates.size());
+  std::vector<MoleculeId> stamp(n + 1, 0);
+  for (MoleculeId v = 1; v <= n; ++v) {
+    for (std::size_t k = candidateStart[v - 1]; k < candidateStart[v]; ++k) {
+      const MoleculeId u = candidates[k];
+      if (stamp[u] == v) continue;
+      stamp[u] = v;
+      net.neighbourIds_.push_back(u);
+    }
+    net.neighbourStart_[v] = net.neighbourIds_.size();
+  }
+
+  // Directed adjacency by interaction index.
+  std::vector<std::pair<MoleculeId, std::uint32_t>> out, in;
+  out.reserve(net.interactions_.size());
+  in.reserve(net.interactions_.size());
+  for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
+    out.emplace_back(net.interactions_[k].source, k);
+    in.emplace_back(net.interactions_[k].target, k);
+  }
+  FillCompressed(n, out, net.outStart_, net.outIds_);
+  FillCompressed(n, in, net.inStart_, net.inIds_);
+
+  // Display order: stable sort by upper-cased name.
+  std::vector<std::string> keys;
+  keys.reserve(n);
+  for (const Molecule& m : net.molecules_) keys.push_back(UpperCaseKey(m.name));
+  net.displayOrder_.resize(n);
+  for (MoleculeId v = 1; v <= n; ++v) net.displayOrder_[v - 1] = v;
+  std::stable_sort(net.displayOrder_.begin(), net.displayOrder_.end(),
+                   [&](MoleculeId a, MoleculeId b) { return keys[a - 1] < keys[b - 1]; });
+
+  for (Molecule& m : net.molecules_) m.links = {};
+  for (const Interaction& i : net.interactions_) {
+    CountLinks(net.molecules_[i.source - 1], net.molecules_[i.target - 1], i);
+  }
+
+  Network result = std::move(net_);
+  net_ = Network();
+  rows_ = 0;
+  return result;
+}
+
+}  // namespace tessel

@@ -1,0 +1,198 @@
+// The in-memory signalling network: molecules (nodes) and directed interactions (edges).
+//
+// A Network is built once by a NetworkBuilder, which readers feed row by row, and is
+// immutable afterwards. Molecule ids are 1-based in order of creation and never change;
+// the display order (by upper-cased name) is kept as a separate permutation.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace tessel {
+
+using MoleculeId = std::uint32_t;  // 1-based; 0 means "no molecule"
+using PubmedId = std::int64_t;
+
+// The ten per-molecule link counters. Neutral ("0") interactions count only towards
+// neutralLinks and allLinks; every other effect is signed, and any signed effect other
+// than "+" counts as negative.
+struct LinkCounters {
+  int inLinks = 0;
+  int outLinks = 0;
+  int positiveLinks = 0;
+  int negativeLinks = 0;
+  int positiveInLinks = 0;
+  int negativeInLinks = 0;
+  int positiveOutLinks = 0;
+  int negativeOutLinks = 0;
+  int neutralLinks = 0;
+  int allLinks = 0;
+};
+
+struct Molecule {
+  MoleculeId id = 0;
+  std::string name;
+  std::string accession;
+  std::string extraId;
+  std::string moleculeType;
+  std::string location;
+  LinkCounters links;
+};
+
+struct Interaction {
+  std::uint32_t id = 0;  // 1-based, creation order
+  MoleculeId source = 0;
+  MoleculeId target = 0;
+  // End-point fields as the interaction's first row gave them; they may differ from the
+  // molecule's own fields, which come from the molecule's first row.
+  std::string sourceAccession;
+  std::string sourceExtraId;
+  std::string sourceType;
+  std::string sourceLocation;
+  std::string targetAccession;
+  std::string targetExtraId;
+  std::string targetType;
+  std::string targetLocation;
+  std::string effect;           // "+", "_", "0" or any other text, kept as read
+  std::string interactionType;  // "NA" when unknown
+  std::vector<PubmedId> pubmedIds;  // distinct, in order of first appearance; never empty
+
+  bool isNeutral() const { return effect == "0"; }
+  bool isSigned() const { return effect != "0"; }
+  PubmedId firstPubmedId() const { return pubmedIds.front(); }
+};
+
+// A repeated row whose effect or interaction type differs from the values the
+// interaction kept (those of its first row). Kept so that the validation report can
+// show what merging would otherwise hide.
+struct RowConflict {
+  std::uint32_t interaction = 0;  // index into interactions()
+  std::string effect;
+  std::string interactionType;
+  std::size_t line = 0;  // line of the repeated row in its file, 0 when unknown
+};
+
+class Network {
+ public:
+  Network() = default;
+
+  std::size_t moleculeCount() const { return molecules_.size(); }
+  std::size_t interactionCount() const { return interactions_.size(); }
+  bool empty() const { return molecules_.empty(); }
+
+  // All molecules, indexed by id - 1 (creation order).
+  const std::vector<Molecule>& molecules() const { return molecules_; }
+  const Molecule& molecule(MoleculeId id) const { return molecules_[id - 1]; }
+  const std::string& nameOf(MoleculeId id) const { return molecules_[id - 1].name; }
+
+  // All interactions in creation order.
+  const std::vector<Interaction>& interactions() const { return interactions_; }
+  const std::string& sourceName(const Interaction& i) const { return nameOf(i.source); }
+  const std::string& targetName(const Interaction& i) const { return nameOf(i.target); }
+
+  // Molecule ids sorted by upper-cased name (bytes compared; ties keep creation order).
+  std::span<const MoleculeId> displayOrder() const { return displayOrder_; }
+
+  // Exact, case-sensitive lookup; 0 when no molecule has that name.
+  MoleculeId findId(std::string_view name) const;
+
+  // Distinct neighbours of a molecule (either direction, never the molecule itself),
+  // in the order in which they were first met. Its size is the molecule's "links" count.
+  std::span<const MoleculeId> neighbours(MoleculeId id) const {
+    return {neighbourIds_.data() + neighbourStart_[id - 1],
+            neighbourIds_.data() + neighbourStart_[id]};
+  }
+  std::size_t linkCount(MoleculeId id) const {
+    return neighbourStart_[id] - neighbourStart_[id - 1];
+  }
+
+  // Interactions leaving / entering a molecule (indices into interactions(), in creation
+  // order). Self-interactions appear in both lists of their molecule.
+  std::span<const std::uint32_t> outgoing(MoleculeId id) const {
+    return {outIds_.data() + outStart_[id - 1], outIds_.data() + outStart_[id]};
+  }
+  std::span<const std::uint32_t> incoming(MoleculeId id) const {
+    return {inIds_.data() + inStart_[id - 1], inIds_.data() + inStart_[id]};
+  }
+
+  // The interaction from source to target, or nullptr.
+  const Interaction* findInteraction(MoleculeId source, MoleculeId target) const;
+
+  const std::vector<RowConflict>& conflicts() const { return conflicts_; }
+
+ private:
+  friend class NetworkBuilder;
+
+  struct StringHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view s) const noexcept {
+      return std::hash<std::string_view>{}(s);
+    }
+  };
+
+  static std::uint64_t pairKey(MoleculeId s, MoleculeId t) {
+    return (static_cast<std::uint64_t>(s) << 32) | t;
+  }
+
+  std::vector<Molecule> molecules_;
+  std::vector<Interaction> interactions_;
+  std::vector<RowConflict> conflicts_;
+  std::unordered_map<std::string, MoleculeId, StringHash, std::equal_to<>> nameIndex_;
+  std::unordered_map<std::uint64_t, std::uint32_t> pairIndex_;
+  std::vector<MoleculeId> displayOrder_;
+  // Compressed adjacency: entries of molecule id live in [start[id-1], start[id]).
+  std::vector<std::size_t> neighbourStart_{0};
+  std::vector<MoleculeId> neighbourIds_;
+  std::vector<std::size_t> outStart_{0};
+  std::vector<std::uint32_t> outIds_;
+  std::vector<std::size_t> inStart_{0};
+  std::vector<std::uint32_t> inIds_;
+};
+
+// The fields of one end of a row.
+struct EndPoint {
+  std::string_view name;
+  std::string_view accession = "NA";
+  std::string_view extraId = "NA";
+  std::string_view moleculeType = "NA";
+  std::string_view location = "NA";
+};
+
+// Collects rows and freezes them into a Network.
+//
+// Merge rules: a molecule is created by the first row that names it, and that row's
+// fields win; a row repeating an ordered (source, target) pair adds its PubMed id to the
+// existing interaction if the id is new, and changes nothing else.
+class NetworkBuilder {
+ public:
+  NetworkBuilder() = default;
+
+  void reserve(std::size_t rows);
+
+  // Adds one row. `line` is only used to locate merge conflicts for the validation report.
+  void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
+              std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
+
+  std::size_t rowCount() const { return rows_; }
+  std::size_t interactionCount() const { return net_.interactions_.size(); }
+
+  // Builds the adjacency, the display order and the link counters. The builder is empty
+  // afterwards.
+  Network build();
+
+ private:
+  MoleculeId addMolecule(const EndPoint& e);
+
+  Network net_;
+  std::size_t rows_ = 0;
+};
+
+// Upper-cases ASCII letters; other bytes are kept. Used for the display order.
+std::string UpperCaseKey(std::string_view s);
+
+}  // namespace tessel

@@ -1,0 +1,247 @@
+#include "model/readers.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <stdexcept>
+
+#include "util/error.h"
+#include "util/files.h"
+#include "util/text.h"
+
+namespace tessel {
+namespace {
+
+constexpr std::string_view kSigColumnMessage =
+    " to few columns\nThe program only accepts text files with 13 columns in each row!";
+constexpr std::string_view kPairsColumnMessage =
+    " to few or too many columns\nThe load two column function only accepts text files with 2 "
+    "columns in each row!";
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+
+// Splits a line into at most `Max` fields; returns the number of fields found, which is
+// Max + 1 when the line holds more than Max.
+template <std::size_t Max>
+std::size_t SplitLine(std::string_view line, std::array<std::string_view, Max>& fields) {
+  std::size_t count = 0;
+  std::size_t i = 0;
+  while (i < line.size()) {
+    while (i < line.size() && IsBlank(line[i])) ++i;
+    if (i == line.size()) break;
+    const std::size_t start = i;
+    while (i < line.size() && !IsBlank(line[i])) ++i;
+    if (count == Max) return Max + 1;
+    fields[count++] = line.substr(start, i - start);
+  }
+  return count;
+}
+
+// Walks the lines of a text, numbering them from 1.
+class LineCursor {
+ public:
+  explicit LineCursor(std::string_view text) : text_(text) {}
+  bool next(std::string_view& line) {
+    if (pos_ >= text_.size()) return false;
+    const std::size_t end = text_.find('\n', pos_);
+    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
+    line = text_.substr(pos_, stop - pos_);
+    pos_ = stop + 1;
+    ++number_;
+    return true;
+  }
+  std::size_t number() const { return number_; }
+
+ private:
+  std::string_view text_;
+  std::size_t pos_ = 0;
+  std::size_t number_ = 0;
+};
+
+void CheckIsText(std::string_view text, const std::string& file) {
+  if (text.empty()) throw InputError(file, 0, "the file is empty");
+  const std::size_t nul = text.find('\0');
+  if (nul != std::string_view::npos) {
+    const std::size_t line = 1 + static_cast<std::size_t>(
+                                     std::count(text.begin(), text.begin() + nul, '\n'));
+    throw InputError(file, line, "binary data: this is not a text network file");
+  }
+}
+
+// Reads a PubMed id as a decimal integer; a text that is not a number reads as 0.
+PubmedId ParsePubmedId(std::string_view field, bool& numeric) {
+  PubmedId value = 0;
+  const auto [end, ec] = std::from_chars(field.data(), field.data() + field.size(), value);
+  numeric = ec == std::errc() && end == field.data() + field.size();
+  if (ec != std::errc()) value = 0;
+  return value;
+}
+
+// Names must begin with a letter: a leading digit gains a "P".
+std::string_view WithLetterPrefix(std::string_view name, std::string& buffer) {
+  if (name.empty() || name[0] < '0' || name[0] > '9') return name;
+  buffer.assign("P");
+  buffer.append(name);
+  return buffer;
+}
+
+[[noreturn]] void ColumnError(const std::string& file, std::size_t line, std::string_view text,
+                              std::string_view message) {
+  throw InputError(file, line,
+                   Abbreviate(text) + " line #" + std::to_string(line) + std::string(message));
+}
+
+}  // namespace
+
+NetworkFormat ParseNetworkFormat(std::string_view name) {
+  if (name == "auto") return NetworkFormat::Auto;
+  if (name == "sig") return NetworkFormat::Sig;
+  if (name == "pairs") return NetworkFormat::Pairs;
+  if (name == "psimi") return NetworkFormat::PsiMi;
+  if (name == "mitab") return NetworkFormat::Mitab;
+  throw std::invalid_argument("unknown network format: " + std::string(name));
+}
+
+std::string_view FormatName(NetworkFormat format) {
+  switch (format) {
+    case NetworkFormat::Auto: return "auto";
+    case NetworkFormat::Sig: return "sig";
+    case NetworkFormat::Pairs: return "pairs";
+    case NetworkFormat::PsiMi: return "psimi";
+    case NetworkFormat::Mitab: return "mitab";
+  }
+  return "auto";
+}
+
+Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings) {
+  CheckIsText(text, file);
+  NetworkBuilder builder;
+  builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+  std::array<std::string_view, 13> f;
+  std::string sourceBuffer, targetBuffer;
+  bool ended = false;  // a row naming "na" ends the data; later lines are still checked
+  LineCursor lines(text);
+  std::string_view line;
+  while (lines.next(line)) {
+    const std::size_t count = SplitLine(line, f);
+    if (count == 0) continue;
+    if (count != 13) ColumnError(file, lines.number(), line, kSigColumnMessage);
+    if (ended || f[0] == "na" || f[5] == "na") {
+      ended = true;
+      continue;
+    }
+    bool numeric = true;
+    const PubmedId pubmed = ParsePubmedId(f[12], numeric);
+    if (!numeric && warnings) {
+      warnings->push_back(file + ":" + std::to_string(lines.number()) + ": PubMed id \"" +
+                          Abbreviate(f[12], 40) + "\" is not a number; read as " +
+                          std::to_string(pubmed));
+    }
+    const EndPoint source{WithLetterPrefix(f[0], sourceBuffer), f[1], f[2], f[3], f[4]};
+    const EndPoint target{WithLetterPrefix(f[5], targetBuffer), f[6], f[7], f[8], f[9]};
+    builder.addRow(source, target, f[10], f[11], pubmed, lines.number());
+  }
+  if (builder.rowCount() == 0) {
+    throw InputError(file, 0, "the file holds no interactions");
+  }
+  return builder.build();
+}
+
+Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnings*) {
+  CheckIsText(text, file);
+  NetworkBuilder builder;
+  std::array<std::string_view, 2> f;
+  bool ended = false;
+  LineCursor lines(text);
+  std::string_view line;
+  while (lines.next(line)) {
+    const std::size_t count = SplitLine(line, f);
+    if (count == 0) continue;
+    if (count != 2) ColumnError(file, lines.number(), line, kPairsColumnMessage);
+    if (ended || f[0] == "na" || f[1] == "na") {
+      ended = true;
+      continue;
+    }
+    // Unlike SIG names, names here keep a leading digit as it is.
+    builder.addRow(EndPoint{f[0]}, EndPoint{f[1]}, "0", "NA", 0, lines.number());
+  }
+  if (builder.rowCount() == 0) {
+    throw InputError(file, 0, "the file holds no interactions");
+  }
+  return builder.build();
+}
+
+NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& path) {
+  std::size_t start = 0;
+  if (text.substr(0, 3) == "\xEF\xBB\xBF") start = 3;
+  while (start < text.size() && (IsBlank(text[start]) || text[start] == '\n')) ++start;
+  if (start < text.size() && text[start] == '<') return NetworkFormat::PsiMi;
+  std::string ext = path.extension().string();
+  if (UpperCaseKey(ext) == ".SIG") return NetworkFormat::Sig;
+  // MITAB files have 15 or more tab-separated columns and usually a "#ID" header.
+  LineCursor lines(text.substr(start));
+  std::string_view line;
+  while (lines.next(line)) {
+    if (line.rfind("#ID", 0) == 0 || line.rfind("ID(s) interactor", 0) == 0) {
+      return NetworkFormat::Mitab;
+    }
+    if (std::count(line.begin(), line.end(), '\t') >= 14) return NetworkFormat::Mitab;
+    std::array<std::string_view, 2> f;
+    const std::size_t count = SplitLine(line, f);
+    if (count == 0) continue;
+    return count == 2 ? NetworkFormat::Pairs : NetworkFormat::Sig;
+  }
+  return NetworkFormat::Sig;
+}
+
+Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, Warnings* warnings) {
+  const std::string text = ReadWholeFile(path);
+  const std::string file = path.string();
+  if (format == NetworkFormat::Auto) {
+    CheckIsText(text, file);
+    format = DetectFormat(text, path);
+  }
+  switch (format) {
+    case NetworkFormat::Sig: return ReadSigText(text, file, warnings);
+    case NetworkFormat::Pairs: return ReadTwoColumnText(text, file, warnings);
+    case NetworkFormat::PsiMi:
+      throw InputError(file, 0, "PSI-MI XML networks cannot be read by this version of tessel");
+    case NetworkFormat::Mitab:
+      throw InputError(file, 0, "PSI-MI TAB networks cannot be read by this version of tessel");
+    case NetworkFormat::Auto: break;
+  }
+  throw InputError(file, 0, "unknown network format");
+}
+
+std::string SigText(const Network& network) {
+  std::string out;
+  const auto field = [&out](std::string_view s) {
+    out.append(s.empty() ? std::string_view("NA") : s);
+    out.push_back(' ');
+  };
+  for (const Interaction& i : network.interactions()) {
+    for (const PubmedId id : i.pubmedIds) {
+      field(network.sourceName(i));
+      field(i.sourceAccession);
+      field(i.sourceExtraId);
+      field(i.sourceType);
+      field(i.sourceLocation);
+      field(network.targetName(i));
+      field(i.targetAccession);
+      field(i.targetExtraId);
+      field(i.targetType);
+      field(i.targetLocation);
+      field(i.effect);
+      field(i.interactionType);
+      out.append(std::to_string(id));
+      out.push_back('\n');
+    }
+  }
+  return out;
+}
+
+void WriteSigFile(const Network& network, const std::filesystem::path& path) {
+  WriteFileAtomically(path, SigText(network));
+}
+
+}  // namespace tessel

@@ -1,0 +1,59 @@
+#include "util/files.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <random>
+
+#include "util/error.h"
+
+namespace tessel {
+namespace fs = std::filesystem;
+
+std::string ReadWholeFile(const fs::path& path) {
+  std::error_code ec;
+  const auto status = fs::status(path, ec);
+  if (ec || !fs::exists(status)) throw InputError(path.string(), 0, "no such file");
+  if (fs::is_directory(status)) throw InputError(path.string(), 0, "is a directory, not a file");
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw InputError(path.string(), 0, std::string("cannot open: ") + std::strerror(errno));
+  std::string content;
+  const auto size = fs::file_size(path, ec);
+  if (!ec) content.reserve(static_cast<std::size_t>(size));
+  content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (in.bad()) throw InputError(path.string(), 0, "read error");
+  return content;
+}
+
+void WriteFileAtomically(const fs::path& path, std::string_view content) {
+  std::error_code ec;
+  const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
+  fs::create_directories(parent, ec);
+  if (ec) throw OutputError(path.string() + ": cannot create folder: " + ec.message());
+
+  std::random_device rd;
+  const fs::path temp =
+      parent / ("." + path.filename().string() + ".tmp" + std::to_string(rd() % 1000000));
+  {
+    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+    if (!out) {
+      throw OutputError(path.string() + ": cannot write: " + std::strerror(errno));
+    }
+    out.write(content.data(), static_cast<std::streamsize>(content.size()));
+    out.flush();
+    if (!out) {
+      out.close();
+      fs::remove(temp, ec);
+      throw OutputError(path.string() + ": write failed (disk full?)");
+    }
+  }
+  fs::rename(temp, path, ec);
+  if (ec) {
+    std::error_code ignored;
+    fs::remove(temp, ignored);
+    throw OutputError(path.string() + ": cannot replace: " + ec.message());
+  }
+}
+
+}  // namespace tessel

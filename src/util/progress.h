@@ -1,0 +1,34 @@
+// Progress reporting and cancellation for long computations.
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string_view>
+
+namespace tessel {
+
+class Progress {
+ public:
+  virtual ~Progress() = default;
+  // `done` of `total` steps of the named task are finished.
+  virtual void report(std::size_t done, std::size_t total, std::string_view text) = 0;
+  virtual bool cancelled() const { return false; }
+};
+
+// Progress that shows nothing and is never cancelled.
+class NullProgress final : public Progress {
+ public:
+  void report(std::size_t, std::size_t, std::string_view) override {}
+};
+
+// Thrown by long computations when their Progress reports cancellation.
+class Cancelled : public std::runtime_error {
+ public:
+  Cancelled() : std::runtime_error("cancelled") {}
+};
+
+inline void ThrowIfCancelled(const Progress& progress) {
+  if (progress.cancelled()) throw Cancelled();
+}
+
+}  // namespace tessel

@@ -1,0 +1,57 @@
+#include "test_support.h"
+
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+#include "model/readers.h"
+#include "util/text.h"
+
+namespace tessel::test {
+namespace fs = std::filesystem;
+
+ScratchDir::ScratchDir() {
+  std::random_device rd;
+  path_ = fs::temp_directory_path() / ("tessel-test-" + std::to_string(rd()));
+  fs::create_directories(path_);
+}
+
+ScratchDir::~ScratchDir() {
+  std::error_code ec;
+  fs::remove_all(path_, ec);
+}
+
+Network NetworkFromEdges(std::string_view edges) {
+  std::string sig;
+  std::istringstream in{std::string(edges)};
+  std::string line;
+  while (std::getline(in, line)) {
+    const auto f = SplitFields(line);
+    if (f.empty()) continue;
+    if (f.size() < 3 || f.size() > 4) throw std::invalid_argument("bad edge line: " + line);
+    const std::string pubmed = f.size() == 4 ? std::string(f[3]) : "1";
+    sig += std::string(f[0]) + " NA NA Protein Cytosol " + std::string(f[1]) +
+           " NA NA Protein Cytosol " + std::string(f[2]) + " NA " + pubmed + "\n";
+  }
+  return ReadSigText(sig, "edges");
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw std::runtime_error("cannot read " + path.string());
+  std::ostringstream os;
+  os << in.rdbuf();
+  return os.str();
+}
+
+void WriteFile(const fs::path& path, std::string_view content) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+fs::path SourceDir() { return TESSEL_SOURCE_DIR; }
+fs::path SharedDataDir() { return TESSEL_SHARED_DATA_DIR; }
+fs::path GoldenDir() { return SourceDir() / "tests" / "golden"; }
+
+}  // namespace tessel::test
