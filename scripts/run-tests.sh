@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Installs the dependencies, builds TESSEL and runs the whole test suite: once in the
+# optimised build, once under AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh
+jobs=$(nproc)
+
+cmake --preset default
+cmake --build --preset default -j "$jobs"
+ctest --preset default
+
+if [ "${TESSEL_SKIP_ASAN:-0}" != 1 ]; then
+  cmake --preset asan
+  cmake --build --preset asan -j "$jobs"
+  ctest --preset asan
+fi

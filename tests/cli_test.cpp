@@ -1,0 +1,151 @@
+// The tessel command line, run as a user runs it: exit codes, messages, files written.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+#include "test_support.h"
+
+namespace tessel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct RunResult {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Quote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+RunResult RunTessel(const test::ScratchDir& dir, const std::vector<std::string>& args) {
+  std::string command = Quote(TESSEL_CLI_PATH);
+  for (const auto& a : args) command += " " + Quote(a);
+  command += " >" + Quote((dir / "stdout.txt").string()) + " 2>" +
+             Quote((dir / "stderr.txt").string()) + " </dev/null";
+  const int status = std::system(command.c_str());
+  RunResult r;
+  r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  r.out = test::ReadFile(dir / "stdout.txt");
+  r.err = test::ReadFile(dir / "stderr.txt");
+  return r;
+}
+
+std::string Example(const std::string& name) {
+  return (test::SharedDataDir() / "networks" / name).string();
+}
+
+TEST(Cli, StatsJsonHasEveryKeyAndWritesThePage) {
+  test::ScratchDir dir;
+  const auto out = (dir / "out").string();
+  const RunResult r = RunTessel(dir, {"stats", "--json", "-o", out, Example("signor_lbc.sig")});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  for (const char* key : {"molecules", "interactions", "references", "links_per_node",
+                          "clustering", "grid", "cpl", "islands", "types", "locations",
+                          "effects", "interaction_types", "connectivity"}) {
+    EXPECT_TRUE(j.contains(key)) << key;
+  }
+  EXPECT_EQ(j["molecules"], 30);
+  EXPECT_TRUE(j["connectivity"].contains("links"));
+  EXPECT_TRUE(j["connectivity"].contains("in"));
+  EXPECT_TRUE(j["connectivity"].contains("out"));
+  // The connectivity histogram accounts for every molecule with at least one link.
+  std::size_t counted = 0;
+  for (const auto& c : j["connectivity"]["links"]) counted += c.get<std::size_t>();
+  EXPECT_EQ(counted, 30u);
+  EXPECT_TRUE(fs::exists(fs::path(out) / "stats.htm"));
+  EXPECT_TRUE(fs::exists(fs::path(out) / "colors_and_shapes.txt"));
+}
+
+TEST(Cli, ValidateAndSaveRoundTrip) {
+  test::ScratchDir dir;
+  const auto out = (dir / "out").string();
+  RunResult r = RunTessel(dir, {"validate", "-q", "-o", out, Example("omnipath_signed.sig")});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_TRUE(fs::exists(fs::path(out) / "validation.htm"));
+
+  const auto copy = (dir / "copy.sig").string();
+  r = RunTessel(dir, {"save", "-q", "--to", copy, Example("omnipath_signed.sig")});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto again = (dir / "again.sig").string();
+  r = RunTessel(dir, {"save", "--json", "--to", again, copy});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(test::ReadFile(copy), test::ReadFile(again));
+  EXPECT_EQ(nlohmann::json::parse(r.out)["interactions"], 816);
+}
+
+TEST(Cli, BadInputGivesOneLineNamingFileAndLineAndKeepsExistingOutput) {
+  test::ScratchDir dir;
+  const auto keep = (dir / "keep.sig").string();
+  test::WriteFile(keep, "precious\n");
+  const std::string good = "A NA NA Kinase Cytosol B NA NA TF Nucleus + NA 1\n";
+
+  struct Case {
+    std::string name;
+    std::string content;
+    std::string expected;  // part of the message
+  };
+  const std::vector<Case> cases = {
+      {"empty.sig", "", "empty.sig: the file is empty"},
+      {"blank.sig", "\n \n\t\n", "blank.sig: the file holds no interactions"},
+      {"twelve.sig", good + "A NA NA Kinase Cytosol B NA NA TF Nucleus + 7\n",
+       "twelve.sig:2: "},
+      {"fourteen.sig", good + good + "A NA NA Kinase Cytosol B NA NA TF Nucleus + NA 7 8\n",
+       "fourteen.sig:3: "},
+      {"binary.sig", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "binary.sig:2: binary data"},
+      {"huge.sig", good + std::string(1 << 20, 'z') + "\n", "huge.sig:2: "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const auto path = (dir / c.name).string();
+    test::WriteFile(path, c.content);
+    const RunResult r = RunTessel(dir, {"save", "--to", keep, path});
+    EXPECT_EQ(r.exitCode, 1);
+    EXPECT_NE(r.err.find(c.expected), std::string::npos) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_LT(r.err.size(), 400u);
+    EXPECT_EQ(test::ReadFile(keep), "precious\n");
+  }
+
+  RunResult r = RunTessel(dir, {"stats", (dir / "missing.sig").string()});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_NE(r.err.find("missing.sig: no such file"), std::string::npos) << r.err;
+  r = RunTessel(dir, {"stats", dir.path().string()});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_NE(r.err.find("is a directory"), std::string::npos) << r.err;
+}
+
+TEST(Cli, UsageErrorsExitWithTwo) {
+  test::ScratchDir dir;
+  EXPECT_EQ(RunTessel(dir, {}).exitCode, 2);
+  EXPECT_EQ(RunTessel(dir, {"frobnicate"}).exitCode, 2);
+  EXPECT_EQ(RunTessel(dir, {"save", Example("signor_lbc.sig")}).exitCode, 2);  // no --to
+  EXPECT_EQ(RunTessel(dir, {"stats", "--format", "csv", Example("signor_lbc.sig")}).exitCode, 2);
+  EXPECT_EQ(RunTessel(dir, {"--help"}).exitCode, 0);
+}
+
+TEST(Cli, TwoColumnFilesAndAwkwardNamesLoad) {
+  test::ScratchDir dir;
+  const auto pairs = (dir / "pairs.txt").string();
+  test::WriteFile(pairs, "ERK1/2 ..\n\"q\" <b>\n<b> <b>\n\xc3\xa9t\xc3\xa9 ERK1/2\n");
+  RunResult r = RunTessel(dir, {"stats", "--json", "-q", "-o", (dir / "o").string(), pairs});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["molecules"], 5);
+  EXPECT_EQ(j["islands"], 2);
+  r = RunTessel(dir, {"validate", "-q", "-o", (dir / "o").string(), pairs});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const std::string page = test::ReadFile(dir / "o" / "validation.htm");
+  EXPECT_EQ(page.find("<b>"), std::string::npos);
+  EXPECT_NE(page.find("&lt;b&gt;"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tessel
