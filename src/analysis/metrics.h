@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,6 +67,11 @@ struct PathLength {
   std::vector<double> perMolecule;  // average path length per molecule; empty when value is 0
 };
 PathLength CharacteristicPathLength(const Network& network, Progress& progress);
+
+// For each molecule (indexed by id - 1), the sum of its shortest-path distances to every
+// molecule it can reach. Breadth-first search from 64 molecules per pass; reports one
+// step per pass and throws Cancelled when `progress` asks for it.
+std::vector<std::uint64_t> DistanceSums(const Network& network, Progress& progress);
 
 // Shortest-path distances (in links) from one molecule to every molecule, indexed by id - 1;
 // -1 for molecules that cannot be reached.

@@ -1,0 +1,341 @@
+#include "analysis/metrics.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace tessel {
+namespace {
+
+// The undirected neighbour graph with 0-based vertex indices (molecule id - 1), in one
+// contiguous array so that the traversals below touch memory in order.
+struct CompactGraph {
+  std::vector<std::size_t> start;  // vertex v owns adjacency[start[v] .. start[v+1])
+  std::vector<std::uint32_t> adjacency;
+
+  std::size_t size() const { return start.size() - 1; }
+  std::size_t degree(std::size_t v) const { return start[v + 1] - start[v]; }
+  std::span<const std::uint32_t> neighbours(std::size_t v) const {
+    return {adjacency.data() + start[v], adjacency.data() + start[v + 1]};
+  }
+};
+
+CompactGraph Compact(const Network& network) {
+  const std::size_t n = network.moleculeCount();
+  CompactGraph g;
+  g.start.resize(n + 1);
+  g.start[0] = 0;
+  for (std::size_t v = 0; v < n; ++v) {
+    g.start[v + 1] = g.start[v] + network.linkCount(static_cast<MoleculeId>(v + 1));
+  }
+  g.adjacency.reserve(g.start[n]);
+  for (std::size_t v = 0; v < n; ++v) {
+    for (const MoleculeId u : network.neighbours(static_cast<MoleculeId>(v + 1))) {
+      g.adjacency.push_back(u - 1);
+    }
+  }
+  return g;
+}
+
+// Counts strings in order of first appearance.
+class Tally {
+ public:
+  void add(std::string_view value) {
+    const auto [it, inserted] = index_.try_emplace(value, result_.values.size());
+    if (inserted) {
+      result_.values.emplace_back(std::string(value), 1);
+    } else {
+      ++result_.values[it->second].second;
+    }
+  }
+  ValueTally take() { return std::move(result_); }
+
+ private:
+  // Keys view the network's strings, which outlive the tally.
+  std::unordered_map<std::string_view, std::size_t> index_;
+  ValueTally result_;
+};
+
+template <typename Field>
+ValueTally TallyMolecules(const Network& network, Field field) {
+  Tally tally;
+  for (const MoleculeId id : network.displayOrder()) tally.add(field(network.molecule(id)));
+  return tally.take();
+}
+
+template <typename Field>
+ValueTally TallyInteractions(const Network& network, Field field) {
+  Tally tally;
+  for (const Interaction& i : network.interactions()) tally.add(field(i));
+  return tally.take();
+}
+
+void AddToHistogram(std::vector<std::size_t>& histogram, std::size_t count) {
+  if (count == 0) return;
+  if (histogram.size() < count) histogram.resize(count, 0);
+  ++histogram[count - 1];
+}
+
+// Mean of per-molecule values over all molecules; 0 for an empty network.
+double Mean(const std::vector<double>& values) {
+  if (values.empty()) return 0;
+  double sum = 0;
+  for (const double v : values) sum += v;
+  return sum / static_cast<double>(values.size());
+}
+
+// k(k-1)(k-2)/2 + S k(k-1)/2, the number of paths v-a-b of two links through a
+// neighbour a that a square through v could close. Both terms are whole numbers, so the
+// sum is k(k-1)/2 * (k-2+S). Formed in 64-bit integers; should even that overflow (a hub
+// of millions of links), the product is formed in doubles instead.
+double GridDenominator(std::uint64_t k, std::uint64_t s) {
+  if (k < 2) return 0;
+  const std::uint64_t pairs = k * (k - 1) / 2;
+  const std::uint64_t paths = k - 2 + s;
+  std::uint64_t product = 0;
+  if (__builtin_mul_overflow(pairs, paths, &product)) {
+    return static_cast<double>(pairs) * static_cast<double>(paths);
+  }
+  return static_cast<double>(product);
+}
+
+constexpr std::string_view kPathLengthTask = "Characteristic path length";
+
+}  // namespace
+
+ValueTally TallyMoleculeTypes(const Network& network) {
+  return TallyMolecules(network,
+                        [](const Molecule& m) -> const std::string& { return m.moleculeType; });
+}
+
+ValueTally TallyLocations(const Network& network) {
+  return TallyMolecules(network,
+                        [](const Molecule& m) -> const std::string& { return m.location; });
+}
+
+ValueTally TallyEffects(const Network& network) {
+  return TallyInteractions(network,
+                           [](const Interaction& i) -> const std::string& { return i.effect; });
+}
+
+ValueTally TallyInteractionTypes(const Network& network) {
+  return TallyInteractions(
+      network, [](const Interaction& i) -> const std::string& { return i.interactionType; });
+}
+
+ConnectivityDistribution ComputeConnectivityDistribution(const Network& network) {
+  ConnectivityDistribution d;
+  for (const Molecule& m : network.molecules()) {
+    AddToHistogram(d.links, network.linkCount(m.id));
+    AddToHistogram(d.in, static_cast<std::size_t>(std::max(m.links.inLinks, 0)));
+    AddToHistogram(d.out, static_cast<std::size_t>(std::max(m.links.outLinks, 0)));
+  }
+  return d;
+}
+
+std::size_t CountReferences(const Network& network) {
+  std::unordered_set<PubmedId> seen;
+  for (const Interaction& i : network.interactions())
+    seen.insert(i.pubmedIds.begin(), i.pubmedIds.end());
+  return seen.size();
+}
+
+double AverageLinksPerNode(const Network& network) {
+  const std::size_t n = network.moleculeCount();
+  if (n == 0) return 0;
+  std::size_t links = 0;
+  for (std::size_t v = 1; v <= n; ++v) links += network.linkCount(static_cast<MoleculeId>(v));
+  return static_cast<double>(links) / static_cast<double>(n);
+}
+
+double ClusteringCoefficient(const Network& network, std::vector<double>* perMolecule) {
+  const CompactGraph g = Compact(network);
+  const std::size_t n = g.size();
+  std::vector<double> values(n, 0.0);
+  // mark[u] == v + 1 when u is a neighbour of the molecule v being looked at.
+  std::vector<std::size_t> mark(n, 0);
+  for (std::size_t v = 0; v < n; ++v) {
+    const std::size_t k = g.degree(v);
+    if (k < 2) continue;
+    for (const std::uint32_t a : g.neighbours(v)) mark[a] = v + 1;
+    // Every link between two neighbours is met once from each end.
+    std::size_t ends = 0;
+    for (const std::uint32_t a : g.neighbours(v)) {
+      for (const std::uint32_t b : g.neighbours(a)) {
+        if (mark[b] == v + 1) ++ends;
+      }
+    }
+    const std::size_t links = ends / 2;
+    if (links > 0) {
+      values[v] =
+          static_cast<double>(links) / (static_cast<double>(k) * static_cast<double>(k - 1) / 2.0);
+    }
+  }
+  const double mean = Mean(values);
+  if (perMolecule) *perMolecule = std::move(values);
+  return mean;
+}
+
+double GridCoefficient(const Network& network, std::vector<double>* perMolecule) {
+  const CompactGraph g = Compact(network);
+  const std::size_t n = g.size();
+  std::vector<double> values(n, 0.0);
+  // shared[b] = number of neighbours of v that are also neighbours of b (b != v).
+  std::vector<std::uint32_t> shared(n, 0);
+  std::vector<std::uint32_t> touched;
+  for (std::size_t v = 0; v < n; ++v) {
+    const std::size_t k = g.degree(v);
+    if (k < 2) continue;
+    std::uint64_t s = 0;
+    touched.clear();
+    for (const std::uint32_t a : g.neighbours(v)) {
+      s += g.degree(a) - 1;
+      for (const std::uint32_t b : g.neighbours(a)) {
+        if (b == v) continue;
+        if (shared[b]++ == 0) touched.push_back(b);
+      }
+    }
+    // Each square v-a-b-c-v is an ordered choice of two distinct common neighbours a, c
+    // of v and b, so it is met twice (once per direction round the square).
+    std::uint64_t squares = 0;
+    for (const std::uint32_t b : touched) {
+      const std::uint64_t p = shared[b];
+      squares += p * (p - 1);
+      shared[b] = 0;
+    }
+    const double denominator = GridDenominator(k, s);
+    if (denominator > 0) values[v] = (static_cast<double>(squares) / 2.0) / denominator;
+  }
+  const double mean = Mean(values);
+  if (perMolecule) *perMolecule = std::move(values);
+  return mean;
+}
+
+Islands FindIslands(const Network& network) {
+  const CompactGraph g = Compact(network);
+  const std::size_t n = g.size();
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  std::vector<std::size_t> island(n, kNone);
+  std::vector<std::uint32_t> queue;
+  queue.reserve(n);
+  Islands result;
+  std::size_t largest = kNone;
+  std::size_t largestSize = 0;
+  for (std::size_t root = 0; root < n; ++root) {
+    if (island[root] != kNone) continue;
+    const std::size_t label = result.count++;
+    queue.clear();
+    queue.push_back(static_cast<std::uint32_t>(root));
+    island[root] = label;
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+      for (const std::uint32_t u : g.neighbours(queue[head])) {
+        if (island[u] != kNone) continue;
+        island[u] = label;
+        queue.push_back(u);
+      }
+    }
+    // Ties go to the island holding the smallest id, found first.
+    if (queue.size() > largestSize) {
+      largestSize = queue.size();
+      largest = label;
+    }
+  }
+  result.largest.reserve(largestSize);
+  for (std::size_t v = 0; v < n; ++v) {
+    if (island[v] == largest) result.largest.push_back(static_cast<MoleculeId>(v + 1));
+  }
+  return result;
+}
+
+std::vector<std::uint64_t> DistanceSums(const Network& network, Progress& progress) {
+  const CompactGraph g = Compact(network);
+  const std::size_t n = g.size();
+  std::vector<std::uint64_t> sums(n, 0);
+  // Breadth-first search from 64 sources at once: bit j of a vertex's masks stands for
+  // source first + j. `seen` holds the sources that have reached the vertex, `frontier`
+  // those that reached it at the previous depth, `next` those reaching it now.
+  // Distances are symmetric, so adding depth * (sources newly reaching v) to v's own sum
+  // gives, over all passes, the sum of the distances from v. `frontier` is read only for
+  // the vertices listed in `current`; `next` is zero outside the level being built.
+  std::vector<std::uint64_t> seen(n), frontier(n, 0), next(n, 0);
+  std::vector<std::uint32_t> current, upcoming;
+  const std::size_t passes = (n + 63) / 64;
+  progress.report(0, passes, kPathLengthTask);
+  for (std::size_t pass = 0; pass < passes; ++pass) {
+    ThrowIfCancelled(progress);
+    std::fill(seen.begin(), seen.end(), 0);
+    current.clear();
+    const std::size_t first = pass * 64;
+    const std::size_t count = std::min<std::size_t>(64, n - first);
+    for (std::size_t j = 0; j < count; ++j) {
+      seen[first + j] = frontier[first + j] = std::uint64_t{1} << j;
+      current.push_back(static_cast<std::uint32_t>(first + j));
+    }
+    for (std::uint64_t depth = 1; !current.empty(); ++depth) {
+      // Long chains give many shallow levels: stay responsive to cancellation.
+      if (depth % 1024 == 0) ThrowIfCancelled(progress);
+      upcoming.clear();
+      for (const std::uint32_t u : current) {
+        const std::uint64_t reaching = frontier[u];
+        for (const std::uint32_t v : g.neighbours(u)) {
+          const std::uint64_t fresh = reaching & ~seen[v];
+          if (fresh == 0) continue;
+          if (next[v] == 0) upcoming.push_back(v);
+          next[v] |= fresh;
+        }
+      }
+      for (const std::uint32_t v : upcoming) {
+        const std::uint64_t reached = next[v];
+        next[v] = 0;
+        seen[v] |= reached;
+        frontier[v] = reached;
+        sums[v] += depth * static_cast<std::uint64_t>(std::popcount(reached));
+      }
+      std::swap(current, upcoming);
+    }
+    progress.report(pass + 1, passes, kPathLengthTask);
+  }
+  return sums;
+}
+
+PathLength CharacteristicPathLength(const Network& network, Progress& progress) {
+  PathLength result;
+  const std::size_t n = network.moleculeCount();
+  if (n < 2 || FindIslands(network).count > 1) return result;
+  const std::vector<std::uint64_t> sums = DistanceSums(network, progress);
+  const double divisor = static_cast<double>(n - 1);
+  result.perMolecule.reserve(n);
+  double total = 0;
+  for (const std::uint64_t sum : sums) {
+    result.perMolecule.push_back(static_cast<double>(sum) / divisor);
+    total += result.perMolecule.back();
+  }
+  result.value = total / divisor;
+  return result;
+}
+
+std::vector<int> DistancesFrom(const Network& network, MoleculeId source) {
+  const std::size_t n = network.moleculeCount();
+  if (source == 0 || source > n) throw std::out_of_range("DistancesFrom: no such molecule");
+  std::vector<int> distance(n, -1);
+  std::vector<MoleculeId> queue;
+  queue.reserve(n);
+  queue.push_back(source);
+  distance[source - 1] = 0;
+  for (std::size_t head = 0; head < queue.size(); ++head) {
+    const MoleculeId u = queue[head];
+    for (const MoleculeId v : network.neighbours(u)) {
+      if (distance[v - 1] >= 0) continue;
+      distance[v - 1] = distance[u - 1] + 1;
+      queue.push_back(v);
+    }
+  }
+  return distance;
+}
+
+}  // namespace tessel
