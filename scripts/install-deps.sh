@@ -8,7 +8,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang-format git
   # core libraries
   libcli11-dev nlohmann-json3-dev libpugixml-dev libcurl4-openssl-dev libgraphviz-dev graphviz
-  libpng-dev
+  libpng-dev libabsl-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-igraph python3-networkx
   libcpp-httplib-dev chromium

@@ -10,7 +10,8 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+
+#include <absl/container/flat_hash_map.h>
 #include <vector>
 
 namespace tessel {
@@ -128,11 +129,16 @@ class Network {
  private:
   friend class NetworkBuilder;
 
-  struct StringHash {
+  // Name lookups take string views without building a string.
+  struct NameHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view s) const noexcept {
       return std::hash<std::string_view>{}(s);
     }
+  };
+  struct NameEq {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const noexcept { return a == b; }
   };
 
   static std::uint64_t pairKey(MoleculeId s, MoleculeId t) {
@@ -142,8 +148,8 @@ class Network {
   std::vector<Molecule> molecules_;
   std::vector<Interaction> interactions_;
   std::vector<RowConflict> conflicts_;
-  std::unordered_map<std::string, MoleculeId, StringHash, std::equal_to<>> nameIndex_;
-  std::unordered_map<std::uint64_t, std::uint32_t> pairIndex_;
+  absl::flat_hash_map<std::string, MoleculeId, NameHash, NameEq> nameIndex_;
+  absl::flat_hash_map<std::uint64_t, std::uint32_t> pairIndex_;
   std::vector<MoleculeId> displayOrder_;
   // Compressed adjacency: entries of molecule id live in [start[id-1], start[id]).
   std::vector<std::size_t> neighbourStart_{0};

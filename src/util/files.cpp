@@ -18,10 +18,19 @@ std::string ReadWholeFile(const fs::path& path) {
   if (fs::is_directory(status)) throw InputError(path.string(), 0, "is a directory, not a file");
   std::ifstream in(path, std::ios::binary);
   if (!in) throw InputError(path.string(), 0, std::string("cannot open: ") + std::strerror(errno));
+  // One sized read: networks of a million rows are about 100 MB.
   std::string content;
   const auto size = fs::file_size(path, ec);
-  if (!ec) content.reserve(static_cast<std::size_t>(size));
-  content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (!ec && size > 0) {
+    content.resize(static_cast<std::size_t>(size));
+    in.read(content.data(), static_cast<std::streamsize>(size));
+    content.resize(static_cast<std::size_t>(in.gcount()));
+  }
+  // Whatever is there beyond the size first seen (a growing file, a pipe) is read too.
+  char buffer[65536];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+    content.append(buffer, static_cast<std::size_t>(in.gcount()));
+  }
   if (in.bad()) throw InputError(path.string(), 0, "read error");
   return content;
 }
