@@ -1,0 +1,149 @@
+#include "output/dot.h"
+
+#include <cstddef>
+
+#include "util/safe_name.h"
+
+namespace tessel {
+namespace {
+
+// The length of the well-formed UTF-8 sequence starting at `pos`, or 0 when the byte there
+// does not start one (a stray continuation byte, an overlong form, a surrogate, a value
+// above U+10FFFF or a truncated sequence).
+std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(pos);
+  std::size_t length = 0;
+  unsigned char low = 0x80;
+  unsigned char high = 0xBF;
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;   // no overlong forms
+    if (lead == 0xED) high = 0x9F;  // no surrogates
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
+  } else {
+    return 0;
+  }
+  if (pos + length > text.size()) return 0;
+  if (byte(pos + 1) < low || byte(pos + 1) > high) return 0;
+  for (std::size_t i = 2; i < length; ++i) {
+    if (byte(pos + i) < 0x80 || byte(pos + i) > 0xBF) return 0;
+  }
+  return length;
+}
+
+// Graphviz's scanner refuses a single quoted string of more than 16384 bytes; longer text is
+// written as several quoted pieces joined by DOT's "+", split between escapes and between
+// UTF-8 sequences.
+constexpr std::size_t kPieceLength = 4096;
+
+// Appends the text of a quoted DOT string without its opening and closing quotes.
+void AppendEscaped(std::string& out, std::string_view text) {
+  std::size_t pieceStart = out.size();
+  for (std::size_t i = 0; i < text.size();) {
+    if (out.size() - pieceStart >= kPieceLength) {
+      out += "\"+\"";
+      pieceStart = out.size();
+    }
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c < 0x80) {
+      if (c == '"' || c == '\\') {
+        out += '\\';
+        out += static_cast<char>(c);
+      } else if (c >= 0x20 || c == '\t') {
+        out += static_cast<char>(c);
+      }
+      // Line ends and other control characters are dropped: they cannot appear in the
+      // drawing's XML output.
+      ++i;
+      continue;
+    }
+    if (const std::size_t length = Utf8SequenceLength(text, i); length > 0) {
+      out.append(text.substr(i, length));
+      i += length;
+      continue;
+    }
+    // A byte that is not part of valid UTF-8 is read as Latin-1, the way Graphviz reads it
+    // for labels, so that the drawing's text stays valid UTF-8 throughout.
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+    ++i;
+  }
+}
+
+constexpr std::string_view kActivating = " [arrowhead=\"normal\", color=\"darkgreen\"] ";
+constexpr std::string_view kInhibiting = " [arrowhead=\"tee\",arrowsize=\"3.0\", color=\"red1\"] ";
+constexpr std::string_view kNeutral = " [arrowhead=\"box\",arrowtail=\"box\", color=\"blue1\"] ";
+
+}  // namespace
+
+std::string DotQuote(std::string_view text) {
+  std::string out;
+  out.reserve(text.size() + 2);
+  out += '"';
+  AppendEscaped(out, text);
+  out += '"';
+  return out;
+}
+
+std::string_view EffectAttributes(std::string_view effect) {
+  if (effect == "+") return kActivating;
+  if (effect == "_") return kInhibiting;
+  if (effect == "0") return kNeutral;
+  return {};
+}
+
+std::string NodeStatement(std::string_view name, std::string_view url, std::string_view shape,
+                          std::string_view color) {
+  std::string out = DotQuote(name);
+  out += " [style=\"filled\", ";
+  if (!url.empty()) {
+    out += "URL=";
+    out += DotQuote(url);
+    out += ' ';
+  }
+  out += "shape=";
+  out += DotQuote(shape);
+  out += ", color=";
+  out += DotQuote(color);
+  out += "];\n";
+  return out;
+}
+
+std::string EdgeStatement(std::string_view source, std::string_view target,
+                          std::string_view effect) {
+  std::string out = DotQuote(source);
+  out += " -> ";
+  out += DotQuote(target);
+  out += EffectAttributes(effect);
+  out += ';';
+  return out;
+}
+
+std::string NetworkDot(const Network& network, const ColorShapeTable& colors,
+                       const NetworkDrawingOptions& options) {
+  std::string out = "digraph G {size=";
+  out += DotQuote(options.size);
+  out += ';';
+  out += options.concentrate ? "concentrate=true;\n" : "concentrate=false;\n";
+  out += " { ";
+  for (const MoleculeId id : network.displayOrder()) {
+    const std::string& name = network.nameOf(id);
+    const std::string url = options.urls ? SafeFileName(name) + ".htm" : std::string();
+    out += NodeStatement(name, url, colors.shapeOf(network, name), colors.colorOf(network, name));
+  }
+  out += " } \n";
+  for (const Interaction& interaction : network.interactions()) {
+    out += EdgeStatement(network.sourceName(interaction), network.targetName(interaction),
+                         interaction.effect);
+  }
+  out += '}';
+  return out;
+}
+
+}  // namespace tessel

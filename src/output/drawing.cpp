@@ -1,0 +1,45 @@
+#include "output/drawing.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "output/dot.h"
+#include "output/render.h"
+#include "util/files.h"
+
+namespace tessel {
+namespace {
+
+bool IsPlainFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\\\0", 3)) == std::string_view::npos;
+}
+
+}  // namespace
+
+DrawResult DrawNetwork(const Network& network, const ColorShapeTable& colors,
+                       const std::filesystem::path& folder, std::string_view baseName) {
+  if (!IsPlainFileName(baseName)) {
+    throw std::invalid_argument("not a plain file name for the drawing: \"" +
+                                std::string(baseName) + "\"");
+  }
+  NetworkDrawingOptions options;
+  options.size = "37.5,50";
+  options.concentrate = false;
+  options.urls = true;
+  const std::string dot = NetworkDot(network, colors, options);
+  const std::string jpeg = RenderJpeg(dot);
+  const std::string svg = AddSvgNavigation(RenderSvg(dot), 2);
+
+  const std::string base(baseName);
+  DrawResult result;
+  result.dot = folder / (base + ".dot");
+  result.jpeg = folder / (base + ".jpg");
+  result.svg = folder / (base + ".svg");
+  WriteFileAtomically(result.dot, dot);
+  WriteFileAtomically(result.jpeg, jpeg);
+  WriteFileAtomically(result.svg, svg);
+  return result;
+}
+
+}  // namespace tessel

@@ -1,0 +1,38 @@
+// Rendering of Graphviz DOT text to SVG text and JPEG files, through the Graphviz library.
+// Graphviz is not thread-safe: every call takes one process-wide lock.
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace tessel {
+
+// A drawing that Graphviz could not lay out or render; the message carries its words.
+class RenderError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Lays out with dot and returns the SVG document. Throws RenderError, carrying Graphviz's
+// own message, when the DOT text cannot be read, laid out or rendered.
+std::string RenderSvg(std::string_view dot);
+
+// Lays out with dot and returns the JPEG image bytes.
+std::string RenderJpeg(std::string_view dot);
+
+// Renders and writes `path` atomically (the file is replaced only by a complete image).
+void RenderSvgFile(std::string_view dot, const std::filesystem::path& path);
+void RenderJpegFile(std::string_view dot, const std::filesystem::path& path);
+
+// Rewrites an SVG drawing so that it carries a pan-and-zoom navigation bar (735 x 600
+// pixels, a 60-pixel bar on top) and forwards clicks to the page that frames it.
+// Mode 1 suits downstream maps, mode 2 pathway maps and whole networks; any other mode
+// throws std::invalid_argument. The drawing's root element is replaced and its content
+// moved into the group "Pathway" that the bar moves. Text without a recognisable root
+// start tag, or without a closing "</g>" and "</svg>" at its end, and a drawing that
+// already has the bar, are returned unchanged.
+std::string AddSvgNavigation(std::string_view svg, int mode);
+
+}  // namespace tessel

@@ -1,0 +1,65 @@
+// DOT text: quoting, long text in pieces, and the whole-network drawing text.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "model/color_table.h"
+#include "output/dot.h"
+#include "test_support.h"
+
+namespace tessel {
+namespace {
+
+TEST(Dot, QuoteEscapesDropsControlCharactersAndKeepsTheTextValidUtf8) {
+  // Bytes outside well-formed UTF-8 (a Latin-1 letter, a cut-off sequence, an overlong form,
+  // a surrogate, a value above U+10FFFF) are read as Latin-1.
+  const std::pair<const char*, const char*> cases[] = {
+      {"ERK1/2", "ERK1/2"},
+      {"a\"b\\", "a\\\"b\\\\"},
+      {"two\r\nlines\n", "twolines"},
+      {"a\x01z\x7f\tb", "az\x7f\tb"},
+      {"\xC3\xA9\xE2\x86\x92\xF0\x9F\xA7\xAC", nullptr},
+      {"caf\xE9", "caf\xC3\xA9"},
+      {"\xC3", "\xC3\x83"},
+      {"\xC0\x80", "\xC3\x80\xC2\x80"},
+      {"\xED\xA0\x80", "\xC3\xAD\xC2\xA0\xC2\x80"},
+      {"\xF4\x90\x80\x80", "\xC3\xB4\xC2\x90\xC2\x80\xC2\x80"}};
+  for (const auto& [text, inner] : cases) {
+    EXPECT_EQ(DotQuote(text), '"' + std::string(inner ? inner : text) + '"') << text;
+  }
+}
+
+TEST(Dot, LongTextIsSplitIntoPiecesBetweenEscapesAndCharacters) {
+  const std::string a(4095, 'a');
+  EXPECT_EQ(DotQuote(a + "a"), '"' + a + "a\"");
+  EXPECT_EQ(DotQuote(a + "ab"), '"' + a + "a\"+\"b\"");
+  EXPECT_EQ(DotQuote(a + "\"b"), '"' + a + "\\\"\"+\"b\"");
+  EXPECT_EQ(DotQuote(a + "\xC3\xA9" + "b"), '"' + a + "\xC3\xA9\"+\"b\"");
+}
+
+TEST(Dot, NetworkDrawingMatchesGolden) {
+  // Awkward names, every effect and a "-", a self-interaction, a colour entry for one
+  // molecule by name and one for the type.
+  const Network network = test::NetworkFromEdges(
+      "IL-1 ERK1/2 +\nERK1/2 a\"b _\na\"b a\\b 0\na\\b <x> -\n<x> \xC3\xA9 +\n"
+      "\xC3\xA9 IL-1 _\nIL-1 IL-1 0\n9G IL-1 +\n");
+  const ColorShapeTable colors =
+      ColorShapeTable::Parse("IL-1 red box\nProtein yellow1 ellipse\ndefault turquoise ellipse");
+  EXPECT_EQ(NetworkDot(network, colors),
+            test::ReadFile(test::GoldenDir() / "dot_awkward_names.dot"));
+  // Only the exact effects get their own arrows.
+  for (const char* other : {"", "+ ", " _", "00"}) EXPECT_EQ(EffectAttributes(other), "") << other;
+}
+
+TEST(Dot, NetworkDrawingOptionsAndTheEmptyNetwork) {
+  const std::string dot = NetworkDot(test::NetworkFromEdges("B A +\n"), ColorShapeTable::Defaults(),
+                                     {.size = "7,7", .concentrate = true, .urls = false});
+  EXPECT_TRUE(dot.starts_with("digraph G {size=\"7,7\";concentrate=true;\n { \"A\" [")) << dot;
+  EXPECT_EQ(dot.find("URL="), std::string::npos) << dot;
+  EXPECT_EQ(NetworkDot(Network(), ColorShapeTable::Defaults()),
+            "digraph G {size=\"37.5,50\";concentrate=false;\n {  } \n}");
+}
+
+}  // namespace
+}  // namespace tessel
