@@ -1,0 +1,10 @@
+zeta NA NA Ligand ER Mid NA NA TF Membrane + binding 101
+Mid NA NA TF Membrane alpha NA NA Receptor ER _ phosphorylation 102
+alpha NA NA Receptor ER Actin NA NA Cytoskeleton Cytosol 0 binding 103
+Actin NA NA Cytoskeleton Cytosol Rab5 NA NA GTPase Vesicles - NA 104
+Rab5 NA NA GTPase Vesicles Rab5 NA NA GTPase Vesicles + NA 105
+Src NA NA Kinase Membrane cAMP NA NA Messenger Cytosol + NA 106
+cAMP NA NA Messenger Cytosol 14-3-3 NA NA Protein Nucleus _ NA 107
+Src NA NA Kinase Membrane cAMP NA NA Messenger Cytosol _ NA 108
+"p53" NA NA TF Nucleus zeta NA NA Ligand ER 0 NA 109
+Actin NA NA Cytoskeleton Cytosol Rab5 NA NA GTPase Vesicles + NA 110
