@@ -25,7 +25,8 @@ std::string Quote(const std::string& s) {
 }
 
 RunResult RunTessel(const test::ScratchDir& dir, const std::vector<std::string>& args) {
-  std::string command = Quote(TESSEL_CLI_PATH);
+  // Run inside the scratch folder: commands write their default files into the current one.
+  std::string command = "cd " + Quote(dir.path().string()) + " && " + Quote(TESSEL_CLI_PATH);
   for (const auto& a : args) command += " " + Quote(a);
   command += " >" + Quote((dir / "stdout.txt").string()) + " 2>" +
              Quote((dir / "stderr.txt").string()) + " </dev/null";
@@ -146,6 +147,48 @@ TEST(Cli, TwoColumnFilesAndAwkwardNamesLoad) {
   const std::string page = test::ReadFile(dir / "o" / "validation.htm");
   EXPECT_EQ(page.find("<b>"), std::string::npos);
   EXPECT_NE(page.find("&lt;b&gt;"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tessel
+
+namespace tessel {
+namespace {
+
+TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
+  test::ScratchDir dir;
+  const auto out = (dir / "out").string();
+  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+
+  RunResult r = RunTessel(dir, {"motifs", "--json", "-q", "--kinds", "fbl3,bifan", "-o", out, lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j.size(), 3u);  // fbl3, bifan, page
+  EXPECT_EQ(j["fbl3"]["total"].get<int>(),
+            j["fbl3"]["positive"].get<int>() + j["fbl3"]["negative"].get<int>());
+  EXPECT_FALSE(j["bifan"].contains("positive"));
+  const std::string page = test::ReadFile(fs::path(out) / "TESSEL_motifs" / "bifans.htm");
+  EXPECT_NE(page.find("Total found: " + std::to_string(j["bifan"]["total"].get<int>()) + "<br>"),
+            std::string::npos);
+  if (j["bifan"]["total"].get<int>() > 0) {
+    EXPECT_TRUE(fs::exists(fs::path(out) / "TESSEL_motifs" / "bifans_40001.jpg"));
+  }
+  EXPECT_EQ(RunTessel(dir, {"motifs", "--kinds", "fbl6", lbc}).exitCode, 2);
+
+  r = RunTessel(dir, {"draw", "-q", "--base", "whole", "-o", out, lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  for (const char* ext : {".dot", ".jpg", ".svg"}) {
+    EXPECT_GT(fs::file_size(fs::path(out) / (std::string("whole") + ext)), 100u) << ext;
+  }
+  EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 1);
+
+  r = RunTessel(dir, {"export", "mfinder", "-q", "--to", (dir / "mf.txt").string(), lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_TRUE(fs::exists(dir / "names.txt"));
+
+  r = RunTessel(dir, {"matrix", "-q", "--size", "64", "-o", out, lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(test::ReadFile(fs::path(out) / "interactions_matrix.png").substr(1, 3), "PNG");
 }
 
 }  // namespace

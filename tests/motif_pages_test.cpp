@@ -1,0 +1,111 @@
+// Motif pages, index and drawings; safe file names for molecule pages.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+
+#include "model/readers.h"
+#include "motifs/motif_pages.h"
+#include "test_support.h"
+#include "util/safe_name.h"
+
+namespace tessel {
+namespace {
+
+using test::NetworkFromEdges;
+
+Motif MotifOf(const Network& net, std::vector<std::string> names) {
+  Motif m;
+  for (const auto& n : names) m.molecules.push_back(net.findId(n));
+  for (std::size_t k = 0; k < m.molecules.size(); ++k) {
+    const MoleculeId a = m.molecules[k];
+    const MoleculeId b = m.molecules[(k + 1) % m.molecules.size()];
+    const Interaction* i = net.findInteraction(a, b);
+    if (!i) i = net.findInteraction(b, a);
+    m.interactions.push_back(i->id - 1);
+  }
+  return m;
+}
+
+TEST(MotifPage, RowsOfFourAllClosedAndImageNamesMatchDrawings) {
+  const Network net = NetworkFromEdges("A B +\nB C +\nC A +\n");
+  const std::vector<Motif> five(5, MotifOf(net, {"A", "B", "C"}));
+  EXPECT_EQ(MotifPage(net, MotifKind::Scaffold, five),
+            "<html><body>Total found: 5<br><table>"
+            "<tr><td><img src=\"scaffolds_30001.jpg\"></td><td><img src=\"scaffolds_30002.jpg\">"
+            "</td><td><img src=\"scaffolds_30003.jpg\"></td><td><img src=\"scaffolds_30004.jpg\">"
+            "</td></tr>\n<tr><td><img src=\"scaffolds_30005.jpg\"></td></tr>"
+            "</table></body></html>");
+  EXPECT_EQ(MotifPage(net, MotifKind::Bifan, {}),
+            "<html><body>Total found: 0<br><table></table></body></html>");
+  // Numbering continues past 9,999 motifs with the drawing's own name.
+  EXPECT_EQ(MotifDrawingName(MotifKind::FeedbackLoop3, 12344), "feedback_loops3_42345");
+  EXPECT_EQ(MotifDrawingName(MotifKind::Bifan, 0), "bifans_40001");
+  EXPECT_EQ(MotifDrawingName(MotifKind::FeedbackLoop5, 0), "feedback_loops5_50001");
+  // Without drawings the cells name the molecules, escaped.
+  const Network odd = NetworkFromEdges("<a> b +\nb c +\nc <a> +\n");
+  EXPECT_NE(MotifPage(odd, MotifKind::FeedbackLoop3, {MotifOf(odd, {"<a>", "b", "c"})}, false)
+                .find("<td>&lt;a&gt; - b - c</td>"),
+            std::string::npos);
+}
+
+TEST(MotifPage, IndexListsOnlyTheKindsSearchedInFixedOrder) {
+  EXPECT_EQ(MotifsIndexPage({MotifKind::Bifan}),
+            "<html><body>Found motifs:<br><a href=\"bifans.htm\">Bifans</a><br></body></html>");
+  const std::string all = MotifsIndexPage({MotifKind::FeedforwardLoop4, MotifKind::Scaffold,
+                                           MotifKind::FeedbackLoop3});
+  EXPECT_LT(all.find("scaffolds.htm"), all.find("feedback_loops3.htm"));
+  EXPECT_LT(all.find("feedback_loops3.htm"), all.find("feedforward_loops4.htm"));
+  EXPECT_EQ(all.find("bifans.htm"), std::string::npos);
+}
+
+TEST(MotifDrawing, NodesColoursAndTraversedEdges) {
+  // The loop runs A -> B -> C -> A; the reverse link B -> A must not be drawn.
+  const Network net = ReadSigText(
+      "A NA NA Ligand Extracellular B NA NA Receptor Membrane + NA 1\n"
+      "B NA NA Receptor Membrane A NA NA Ligand Extracellular _ NA 2\n"
+      "B NA NA Receptor Membrane C\"q NA NA TF Nucleus _ NA 3\n"
+      "C\"q NA NA TF Nucleus A NA NA Ligand Extracellular 0 NA 4\n",
+      "m.sig");
+  const ColorShapeTable colors = ColorShapeTable::Defaults();
+  const std::string dot = MotifDot(net, colors, MotifOf(net, {"A", "B", "C\"q"}));
+  EXPECT_EQ(dot,
+            "digraph G {size=\"8,8\";concentrate=false;\n { "
+            "1 [style=\"filled\", label=\"A\" shape=\"ellipse\", color=\"red\"];\n"
+            "2 [style=\"filled\", label=\"B\" shape=\"ellipse\", color=\"limegreen\"];\n"
+            "3 [style=\"filled\", label=\"C\\\"q\" shape=\"ellipse\", color=\"pink2\"];\n"
+            " } \n"
+            "1 -> 2 [arrowhead=\"normal\", color=\"darkgreen\"] ;"
+            "2 -> 3 [arrowhead=\"tee\",arrowsize=\"3.0\", color=\"red1\"] ;"
+            // The neutral link runs C -> A; it is drawn from the pair's second molecule.
+            "1 -> 3 [arrowhead=\"box\",arrowtail=\"box\", color=\"blue1\"] ;}");
+}
+
+TEST(SafeFileName, KeepsPlainNamesAndIsInjectiveAndSafe) {
+  EXPECT_EQ(SafeFileName("EGFR"), "EGFR");
+  EXPECT_EQ(SafeFileName("IL-1.b"), "IL-1.b");
+  EXPECT_EQ(SafeFileName("ERK1/2"), "ERK1_2F2");
+  EXPECT_EQ(SafeFileName("a_b"), "a__b");
+  EXPECT_EQ(SafeFileName(".."), "_2E.");
+  EXPECT_EQ(SafeFileName(""), "_");
+
+  std::mt19937 rng(7);
+  const std::string alphabet = "ab_/.\\-\"<> \x01\xc3\xa9";
+  std::set<std::string> names, files;
+  for (int k = 0; k < 20000; ++k) {
+    std::string name(1 + rng() % 6, ' ');
+    for (char& c : name) c = alphabet[rng() % alphabet.size()];
+    if (!names.insert(name).second) continue;
+    const std::string file = SafeFileName(name);
+    EXPECT_TRUE(files.insert(file).second) << "collision for " << name;
+    EXPECT_EQ(file.find_first_of("/\\\"<> \x01"), std::string::npos) << file;
+    EXPECT_NE(file[0], '.');
+  }
+  const std::string longA(5000, 'a');
+  const std::string longB = longA + "b";
+  EXPECT_LE(SafeFileName(longA).size(), 200u);
+  EXPECT_NE(SafeFileName(longA), SafeFileName(longB));
+}
+
+}  // namespace
+}  // namespace tessel
