@@ -1,0 +1,742 @@
+// Motif search.
+//
+// Every motif kind is a cycle of the network seen without directions: three molecules for
+// feedback loops of 3, FFL3 and scaffolds, four for FFL4, bifans and feedback loops of 4,
+// five for feedback loops of 5. Each molecule set is searched for from one anchor only,
+// the member ranked highest by (number of partners, id), and only through molecules ranked
+// below the anchor. Sets found from different anchors are therefore different, so no
+// global seen-set is needed, and hubs are only crossed from the few anchors above them.
+//
+// A set can carry several instances of its kind (reciprocal links, several directed
+// cycles on the same molecules). Every instance is written as a sequence of molecules in
+// cyclic order with the interactions between neighbours, in a fixed pattern of directions
+// per kind; the set keeps the instance whose (molecules, interactions) sequence is the
+// smallest. Directions per kind, pair i joining molecules[i] and molecules[i + 1]:
+//   feedback loop  every pair forward (molecules[i] -> molecules[i + 1])
+//   FFL3           forward, forward, backward: S -> B -> A, closed by S -> A
+//   FFL4           forward, forward, backward, backward: S -> A -> B <- C <- S, or
+//                  forward, forward, forward, backward: S -> C -> B -> A <- S
+//   bifan          forward, backward, forward, backward: S -> A <- B -> C <- S
+//   scaffold       neutral links in either direction
+// so feedforward loops start at their source and go forward along the longer path to the
+// sink, and a bifan starts at a source.
+#include "motifs/motif_search.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <limits>
+#include <mutex>
+#include <numeric>
+#include <span>
+#include <string>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+
+namespace tessel {
+
+namespace {
+
+constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+constexpr std::size_t kMaxSize = 5;
+
+// A neighbour and the interaction that joins it.
+struct Link {
+  std::uint32_t node = 0;  // 0-based molecule index
+  std::uint32_t interaction = 0;
+};
+
+// A partner without direction, with its rank (kept here to spare a look-up).
+struct Partner {
+  std::uint32_t node = 0;
+  std::uint32_t interaction = 0;
+  std::uint32_t rank = 0;
+};
+
+// Splits [0, count) into `parts` nearly equal ranges; returns range `part`.
+std::pair<std::size_t, std::size_t> Slice(std::size_t count, unsigned parts, unsigned part) {
+  return {count * part / parts, count * (part + 1) / parts};
+}
+
+// Runs fn(t) for t in [0, threads), t = 0 on the calling thread and the others on threads
+// of their own, and rethrows the first exception once all are done.
+template <typename Fn>
+void OnThreads(unsigned threads, const Fn& fn) {
+  if (threads <= 1) {
+    fn(0u);
+    return;
+  }
+  std::vector<std::exception_ptr> errors(threads);
+  {
+    std::vector<std::jthread> pool;  // joined when left
+    pool.reserve(threads - 1);
+    for (unsigned t = 1; t < threads; ++t) {
+      pool.emplace_back([&, t] {
+        try {
+          fn(t);
+        } catch (...) {
+          errors[t] = std::current_exception();
+        }
+      });
+    }
+    try {
+      fn(0u);
+    } catch (...) {
+      errors[0] = std::current_exception();
+    }
+  }
+  for (const auto& e : errors) {
+    if (e) std::rethrow_exception(e);
+  }
+}
+
+// Compressed rows: the values of row r are values[start[r] .. start[r + 1]).
+template <typename T>
+class Rows {
+ public:
+  // Groups the (row, value) pairs held in member `entries` of each part by row (a
+  // counting sort); each row keeps the order of its entries.
+  template <typename Part, typename Entries>
+  void assign(std::size_t rows, const std::vector<Part>& parts, Entries Part::*entries) {
+    start_.assign(rows + 1, 0);
+    std::size_t total = 0;
+    for (const Part& p : parts) {
+      for (const auto& e : p.*entries) ++start_[e.first + 1];
+      total += (p.*entries).size();
+    }
+    std::partial_sum(start_.begin(), start_.end(), start_.begin());
+    values_.resize(total);
+    std::vector<std::size_t> fill(start_.begin(), start_.end() - 1);
+    for (const Part& p : parts) {
+      for (const auto& e : p.*entries) values_[fill[e.first]++] = e.second;
+    }
+  }
+  // Applies fn(row, values of the row) to every row, the rows shared between `threads`
+  // threads in ranges of about as many values each.
+  template <typename Fn>
+  void forRows(unsigned threads, const Fn& fn) {
+    const std::size_t rows = start_.size() - 1;
+    const auto boundary = [&](unsigned part) -> std::size_t {
+      if (part == threads) return rows;
+      const std::size_t target = values_.size() * part / threads;
+      return static_cast<std::size_t>(std::lower_bound(start_.begin(), start_.end() - 1, target) -
+                                      start_.begin());
+    };
+    OnThreads(threads, [&](unsigned t) {
+      for (std::size_t r = boundary(t); r < boundary(t + 1); ++r) {
+        fn(r, std::span<T>(values_.data() + start_[r], values_.data() + start_[r + 1]));
+      }
+    });
+  }
+  template <typename Less>
+  void sortRows(unsigned threads, Less less) {
+    forRows(threads,
+            [&](std::size_t, std::span<T> row) { std::sort(row.begin(), row.end(), less); });
+  }
+  // Keeps, in each row, the first value of every run that `same` finds equal.
+  template <typename Same>
+  void uniqueRows(Same same) {
+    std::size_t kept = 0;
+    for (std::size_t r = 0; r + 1 < start_.size(); ++r) {
+      const std::size_t first = start_[r], last = start_[r + 1];
+      start_[r] = kept;
+      for (std::size_t i = first; i < last; ++i) {
+        if (kept == start_[r] || !same(values_[kept - 1], values_[i])) values_[kept++] = values_[i];
+      }
+    }
+    start_.back() = kept;
+    values_.resize(kept);
+  }
+  std::span<const T> operator[](std::uint32_t row) const {
+    return {values_.data() + start_[row], values_.data() + start_[row + 1]};
+  }
+  std::size_t size(std::uint32_t row) const { return start_[row + 1] - start_[row]; }
+
+ private:
+  std::vector<std::size_t> start_;
+  std::vector<T> values_;
+};
+
+// The links a kind may use, in the forms its search needs.
+struct Graph {
+  std::size_t n = 0;
+  // Signed links, self-interactions left out, each row sorted by neighbour.
+  Rows<Link> out;
+  Rows<Link> in;
+  // Partners without direction (signed links, or neutral links for scaffolds), each row
+  // sorted by rank so that the partners ranked below a molecule form a prefix. For
+  // neutral links the interaction is the lowest-numbered neutral one between the two.
+  Rows<Partner> around;
+  // Position of each molecule in the order by (number of partners, id).
+  std::vector<std::uint32_t> rank;
+  // Per interaction: its effect is "_" (counted for the sign).
+  std::vector<std::uint8_t> negative;
+
+  // The signed interaction from u to v, or kNone.
+  std::uint32_t find(std::uint32_t u, std::uint32_t v) const {
+    const auto row = out[u];
+    const auto it = std::lower_bound(row.begin(), row.end(), v,
+                                     [](const Link& l, std::uint32_t x) { return l.node < x; });
+    return it != row.end() && it->node == v ? it->interaction : kNone;
+  }
+  // Partners of u ranked below `limit`.
+  std::span<const Partner> below(std::uint32_t u, std::uint32_t limit) const {
+    const auto row = around[u];
+    const auto end = std::partition_point(row.begin(), row.end(),
+                                          [&](const Partner& p) { return p.rank < limit; });
+    return {row.begin(), end};
+  }
+};
+
+Graph BuildGraph(const Network& network, bool neutral, unsigned threads) {
+  Graph g;
+  g.n = network.moleculeCount();
+  const auto& interactions = network.interactions();
+  g.negative.resize(interactions.size());
+  // Each thread reads a share of the interactions.
+  struct Share {
+    std::vector<std::pair<std::uint32_t, Link>> out, in;
+    std::vector<std::pair<std::uint32_t, Partner>> around;
+  };
+  std::vector<Share> shares(threads);
+  OnThreads(threads, [&](unsigned part) {
+    Share& share = shares[part];
+    const auto [first, last] = Slice(interactions.size(), threads, part);
+    for (std::size_t k = first; k < last; ++k) {
+      const auto i = static_cast<std::uint32_t>(k);
+      const Interaction& x = interactions[i];
+      g.negative[i] = x.effect == "_";
+      if (x.source == x.target || x.isSigned() == neutral) continue;
+      const std::uint32_t s = x.source - 1;
+      const std::uint32_t t = x.target - 1;
+      if (!neutral) {
+        share.out.push_back({s, {t, i}});
+        share.in.push_back({t, {s, i}});
+      }
+      share.around.push_back({s, {t, i, 0}});
+      share.around.push_back({t, {s, i, 0}});
+    }
+  });
+  const auto byNode = [](const auto& a, const auto& b) {
+    return std::tie(a.node, a.interaction) < std::tie(b.node, b.interaction);
+  };
+  g.out.assign(g.n, shares, &Share::out);
+  g.out.sortRows(threads, byNode);
+  g.in.assign(g.n, shares, &Share::in);
+  g.in.sortRows(threads, byNode);
+
+  // One entry per partner, with the lowest interaction.
+  g.around.assign(g.n, shares, &Share::around);
+  shares.clear();
+  g.around.sortRows(threads, byNode);
+  g.around.uniqueRows([](const Partner& a, const Partner& b) { return a.node == b.node; });
+  // Ranks by (number of partners, id): a counting sort by partners, ids in order.
+  std::vector<std::uint32_t> first(g.n + 1, 0);
+  for (std::uint32_t u = 0; u < g.n; ++u) ++first[g.around.size(u) + 1];
+  std::partial_sum(first.begin(), first.end(), first.begin());
+  g.rank.resize(g.n);
+  for (std::uint32_t u = 0; u < g.n; ++u) g.rank[u] = first[g.around.size(u)]++;
+  g.around.forRows(threads, [&](std::size_t, std::span<Partner> row) {
+    for (Partner& p : row) p.rank = g.rank[p.node];
+    std::sort(row.begin(), row.end(),
+              [](const Partner& a, const Partner& b) { return a.rank < b.rank; });
+  });
+  return g;
+}
+
+// One motif as found: the kept instance of its set.
+struct Found {
+  std::array<std::uint32_t, kMaxSize> molecules{};  // 0-based, cyclic order
+  std::array<std::uint32_t, kMaxSize> interactions{};
+  std::int8_t sign = 0;
+};
+
+// Sorted molecule indices of a set, padded with kNone.
+using SetKey = std::array<std::uint32_t, kMaxSize>;
+
+struct SetKeyHash {
+  std::size_t operator()(const SetKey& key) const noexcept {
+    std::uint64_t h = 0x9e3779b97f4a7c15ull;
+    for (const std::uint32_t v : key) {
+      h ^= v + 0x9e3779b97f4a7c15ull + (h << 6) + (h >> 2);
+      h *= 0xff51afd7ed558ccdull;
+    }
+    return static_cast<std::size_t>(h ^ (h >> 33));
+  }
+};
+
+// Direction patterns: bit i set means pair i runs backward, from molecules[i + 1] to
+// molecules[i].
+constexpr std::array<std::uint8_t, 1> kFfl3Patterns = {0b100};
+constexpr std::array<std::uint8_t, 2> kFfl4Patterns = {0b1100, 0b1000};
+constexpr std::array<std::uint8_t, 1> kBifanPatterns = {0b1010};
+
+struct KindTraits {
+  std::size_t size;
+  bool neutral;       // searches neutral links instead of signed ones
+  bool directedLoop;  // feedback loop, found by a directed walk
+  std::span<const std::uint8_t> patterns;
+  std::string_view task;
+};
+
+KindTraits TraitsOf(MotifKind kind) {
+  switch (kind) {
+    case MotifKind::FeedbackLoop3:
+      return {3, false, true, {}, "Searching for feedback loops of 3"};
+    case MotifKind::FeedbackLoop4:
+      return {4, false, true, {}, "Searching for feedback loops of 4"};
+    case MotifKind::FeedbackLoop5:
+      return {5, false, true, {}, "Searching for feedback loops of 5"};
+    case MotifKind::FeedforwardLoop3:
+      return {3, false, false, kFfl3Patterns, "Searching for feedforward loops of 3"};
+    case MotifKind::FeedforwardLoop4:
+      return {4, false, false, kFfl4Patterns, "Searching for feedforward loops of 4"};
+    case MotifKind::Bifan:
+      return {4, false, false, kBifanPatterns, "Searching for bifans"};
+    case MotifKind::Scaffold:
+      return {3, true, false, {}, "Searching for scaffolds"};
+  }
+  return {3, false, true, {}, "Searching for motifs"};
+}
+
+int SignOf(const Graph& g, std::span<const std::uint32_t> interactions) {
+  int negatives = 0;
+  for (const std::uint32_t i : interactions) negatives += g.negative[i];
+  return negatives % 2 == 0 ? 1 : -1;
+}
+
+// The searches from one anchor at a time, with scratch space for one thread.
+class Searcher {
+ public:
+  Searcher(const Graph& g, const KindTraits& traits)
+      : g_(g), traits_(traits), stamp_(g.n, 0), dist_(g.n, 0), value_(g.n, 0), onPath_(g.n, 0) {}
+
+  void search(std::uint32_t anchor) {
+    if (traits_.directedLoop) {
+      loopsFrom(anchor);
+    } else if (traits_.size == 3) {
+      trianglesAt(anchor);
+    } else {
+      squaresAt(anchor);
+    }
+  }
+
+  std::vector<Found>& found() { return found_; }
+
+ private:
+  // Marks a new generation of the per-molecule scratch arrays.
+  void nextStamp() {
+    if (++generation_ == 0) {
+      std::fill(stamp_.begin(), stamp_.end(), 0);
+      generation_ = 1;
+    }
+  }
+
+  // Feedback loops through `s` whose other molecules all rank below it. A backward
+  // breadth-first search first gives each molecule its distance to s (within that
+  // ranking), so the walk only enters molecules from which s is still reachable in the
+  // links left.
+  void loopsFrom(std::uint32_t s) {
+    const std::uint32_t k = static_cast<std::uint32_t>(traits_.size);
+    const std::uint32_t limit = g_.rank[s];
+    nextStamp();
+    stamp_[s] = generation_;
+    dist_[s] = 0;
+    queue_.assign(1, s);
+    for (std::size_t head = 0; head < queue_.size(); ++head) {
+      const std::uint32_t u = queue_[head];
+      if (dist_[u] + 1 >= k) break;  // farther molecules cannot close a loop of k
+      for (const Link& l : g_.in[u]) {
+        if (g_.rank[l.node] >= limit || stamp_[l.node] == generation_) continue;
+        stamp_[l.node] = generation_;
+        dist_[l.node] = dist_[u] + 1;
+        value_[l.node] = l.interaction;  // for distance 1: the link closing the loop
+        queue_.push_back(l.node);
+      }
+    }
+    if (queue_.size() < k) return;
+    sets_.clear();
+    path_[0] = s;
+    walk(s, 1);
+  }
+
+  void walk(std::uint32_t u, std::uint32_t depth) {
+    const std::uint32_t k = static_cast<std::uint32_t>(traits_.size);
+    const std::uint32_t limit = g_.rank[path_[0]];
+    for (const Link& l : g_.out[u]) {
+      const std::uint32_t v = l.node;
+      if (g_.rank[v] >= limit || stamp_[v] != generation_ || dist_[v] > k - depth ||
+          onPath_[v] != 0) {
+        continue;
+      }
+      path_[depth] = v;
+      links_[depth - 1] = l.interaction;
+      if (depth + 1 == k) {
+        // dist_[v] is 1 here: v closes the loop.
+        links_[depth] = value_[v];
+        keepLoop();
+        continue;
+      }
+      onPath_[v] = 1;
+      walk(v, depth + 1);
+      onPath_[v] = 0;
+    }
+  }
+
+  // Keeps the loop in path_/links_, written from its smallest molecule, unless its set
+  // already has a smaller instance.
+  void keepLoop() {
+    const std::size_t k = traits_.size;
+    const std::size_t first = static_cast<std::size_t>(
+        std::min_element(path_.begin(), path_.begin() + k) - path_.begin());
+    Found f;
+    for (std::size_t i = 0; i < k; ++i) {
+      f.molecules[i] = path_[(first + i) % k];
+      f.interactions[i] = links_[(first + i) % k];
+    }
+    f.sign = static_cast<std::int8_t>(SignOf(g_, {f.interactions.data(), k}));
+    SetKey key;
+    key.fill(kNone);
+    std::copy_n(f.molecules.begin(), k, key.begin());
+    std::sort(key.begin(), key.end());  // the kNone padding stays last
+    const auto [it, inserted] = sets_.try_emplace(key, found_.size());
+    if (inserted) {
+      found_.push_back(f);
+    } else {
+      Found& kept = found_[it->second];
+      if (std::tie(f.molecules, f.interactions) < std::tie(kept.molecules, kept.interactions)) {
+        kept = f;
+      }
+    }
+  }
+
+  // Triangles whose highest-ranked molecule is `m`: m, a partner a below it, and a
+  // partner c of a below a that is also a partner of m.
+  void trianglesAt(std::uint32_t m) {
+    const auto low = g_.below(m, g_.rank[m]);
+    if (low.size() < 2) return;
+    nextStamp();
+    for (const Partner& l : low) {
+      stamp_[l.node] = generation_;
+      value_[l.node] = l.interaction;
+    }
+    for (const Partner& a : low) {
+      for (const Partner& c : g_.below(a.node, a.rank)) {
+        if (stamp_[c.node] != generation_) continue;
+        if (traits_.neutral) {
+          keepScaffold(m, a, c);
+        } else {
+          keepShape<3>({m, a.node, c.node});
+        }
+      }
+    }
+  }
+
+  // A scaffold is written from its smallest molecule upwards, with the lowest neutral
+  // interaction of each pair (neutral links have no direction to choose from).
+  void keepScaffold(std::uint32_t m, const Partner& a, const Partner& c) {
+    std::array<std::uint32_t, 3> v = {m, a.node, c.node};
+    std::sort(v.begin(), v.end());
+    const auto joining = [&](std::uint32_t x, std::uint32_t y) {
+      if (x == m || y == m) return value_[x == m ? y : x];
+      return c.interaction;  // the pair (a, c)
+    };
+    Found f;
+    for (std::size_t i = 0; i < 3; ++i) {
+      f.molecules[i] = v[i];
+      f.interactions[i] = joining(v[i], v[(i + 1) % 3]);
+    }
+    found_.push_back(f);
+  }
+
+  // 4-cycles whose highest-ranked molecule is `m`: m - a - c - b - m with a and b
+  // partners of m and c a common partner of both, all ranked below m. Up to three such
+  // cycles share a set; each set is examined once.
+  void squaresAt(std::uint32_t m) {
+    const std::uint32_t limit = g_.rank[m];
+    const auto low = g_.below(m, limit);
+    if (low.size() < 2) return;
+    // Wedges m - a - c grouped by c: value_[c] heads a list through wedges_.
+    nextStamp();
+    wedges_.clear();
+    touched_.clear();
+    for (const Partner& a : low) {
+      for (const Partner& c : g_.below(a.node, limit)) {
+        if (stamp_[c.node] != generation_) {
+          stamp_[c.node] = generation_;
+          value_[c.node] = kNone;
+          touched_.push_back(c.node);
+        }
+        wedges_.push_back({a.node, value_[c.node]});
+        value_[c.node] = static_cast<std::uint32_t>(wedges_.size() - 1);
+      }
+    }
+    quads_.clear();
+    for (const std::uint32_t c : touched_) {
+      for (std::uint32_t i = value_[c]; i != kNone; i = wedges_[i].second) {
+        for (std::uint32_t j = wedges_[i].second; j != kNone; j = wedges_[j].second) {
+          std::array<std::uint32_t, 4> q = {m, c, wedges_[i].first, wedges_[j].first};
+          std::sort(q.begin(), q.end());
+          quads_.push_back(q);
+        }
+      }
+    }
+    std::sort(quads_.begin(), quads_.end());
+    quads_.erase(std::unique(quads_.begin(), quads_.end()), quads_.end());
+    for (const auto& q : quads_) keepShape<4>(q);
+  }
+
+  // Tries the orderings of a set in increasing order and keeps the first one that fits a
+  // direction pattern of the kind; when several patterns fit it, the one with the smallest
+  // interactions.
+  template <std::size_t K>
+  void keepShape(std::array<std::uint32_t, K> set) {
+    std::sort(set.begin(), set.end());
+    std::array<std::array<std::uint32_t, K>, K> link{};  // link[i][j]: set[i] -> set[j]
+    for (std::size_t i = 0; i < K; ++i) {
+      for (std::size_t j = 0; j < K; ++j) link[i][j] = i == j ? kNone : g_.find(set[i], set[j]);
+    }
+    std::array<std::uint8_t, K> order;
+    std::iota(order.begin(), order.end(), std::uint8_t{0});
+    do {
+      bool fits = false;
+      std::array<std::uint32_t, K> best{};
+      for (const std::uint8_t pattern : traits_.patterns) {
+        std::array<std::uint32_t, K> used{};
+        bool ok = true;
+        for (std::size_t i = 0; i < K && ok; ++i) {
+          const std::uint8_t x = order[i];
+          const std::uint8_t y = order[(i + 1) % K];
+          used[i] = (pattern >> i & 1) != 0 ? link[y][x] : link[x][y];
+          ok = used[i] != kNone;
+        }
+        if (ok && (!fits || used < best)) {
+          best = used;
+          fits = true;
+        }
+      }
+      if (fits) {
+        Found f;
+        for (std::size_t i = 0; i < K; ++i) {
+          f.molecules[i] = set[order[i]];
+          f.interactions[i] = best[i];
+        }
+        f.sign = static_cast<std::int8_t>(SignOf(g_, best));
+        found_.push_back(f);
+        return;
+      }
+    } while (std::next_permutation(order.begin(), order.end()));
+  }
+
+  const Graph& g_;
+  const KindTraits& traits_;
+  std::vector<Found> found_;
+  // Per-molecule scratch, valid where stamp_ equals generation_.
+  std::vector<std::uint32_t> stamp_;
+  std::uint32_t generation_ = 0;
+  std::vector<std::uint32_t> dist_;
+  std::vector<std::uint32_t> value_;
+  std::vector<std::uint8_t> onPath_;
+  std::vector<std::uint32_t> queue_;
+  std::array<std::uint32_t, kMaxSize> path_{};
+  std::array<std::uint32_t, kMaxSize> links_{};
+  std::unordered_map<SetKey, std::size_t, SetKeyHash> sets_;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> wedges_;  // (a, next wedge)
+  std::vector<std::uint32_t> touched_;
+  std::vector<std::array<std::uint32_t, 4>> quads_;
+};
+
+// Runs `searchBatch(worker, batch)` over all batches on `threads` threads. The calling
+// thread reports progress and watches for cancellation; only it touches `progress`.
+template <typename SearchBatch>
+void RunBatches(std::size_t batches, unsigned threads, Progress& progress,
+                const SearchBatch& searchBatch, const std::atomic<std::size_t>& done,
+                std::size_t total, std::string_view task) {
+  if (threads <= 1) {
+    for (std::size_t b = 0; b < batches; ++b) {
+      ThrowIfCancelled(progress);
+      searchBatch(0u, b);
+      progress.report(done.load(), total, task);
+    }
+    return;
+  }
+  std::atomic<std::size_t> next{0};
+  std::atomic<bool> stop{false};
+  std::mutex mutex;
+  std::condition_variable wake;
+  unsigned finished = 0;
+  std::exception_ptr error;
+  const auto work = [&](unsigned worker) {
+    try {
+      while (!stop.load(std::memory_order_relaxed)) {
+        const std::size_t b = next.fetch_add(1);
+        if (b >= batches) break;
+        searchBatch(worker, b);
+        wake.notify_one();
+      }
+    } catch (...) {
+      std::lock_guard lock(mutex);
+      if (!error) error = std::current_exception();
+      stop = true;
+    }
+    {
+      std::lock_guard lock(mutex);
+      ++finished;
+    }
+    wake.notify_one();
+  };
+  std::vector<std::jthread> pool;
+  // Stops and joins the workers however this function is left.
+  struct Joiner {
+    std::atomic<bool>& stop;
+    std::vector<std::jthread>& pool;
+    ~Joiner() {
+      stop = true;
+      for (auto& t : pool) {
+        if (t.joinable()) t.join();
+      }
+    }
+  } joiner{stop, pool};
+  for (unsigned t = 0; t < threads; ++t) pool.emplace_back(work, t);
+
+  bool cancelled = false;
+  std::size_t reported = 0;
+  std::unique_lock lock(mutex);
+  while (finished < threads) {
+    wake.wait_for(lock, std::chrono::milliseconds(100));
+    lock.unlock();
+    const std::size_t now = done.load();
+    if (now != reported) {
+      progress.report(now, total, task);
+      reported = now;
+    }
+    if (!cancelled && progress.cancelled()) {
+      cancelled = true;
+      stop = true;
+    }
+    lock.lock();
+  }
+  lock.unlock();
+  for (auto& t : pool) t.join();
+  if (error) std::rethrow_exception(error);
+  if (cancelled) throw Cancelled();
+}
+
+}  // namespace
+
+std::string_view MotifKindName(MotifKind kind) {
+  switch (kind) {
+    case MotifKind::FeedbackLoop3:
+      return "fbl3";
+    case MotifKind::FeedbackLoop4:
+      return "fbl4";
+    case MotifKind::FeedbackLoop5:
+      return "fbl5";
+    case MotifKind::FeedforwardLoop3:
+      return "ffl3";
+    case MotifKind::FeedforwardLoop4:
+      return "ffl4";
+    case MotifKind::Bifan:
+      return "bifan";
+    case MotifKind::Scaffold:
+      return "scaffold";
+  }
+  return "motif";
+}
+
+std::optional<MotifKind> ParseMotifKind(std::string_view name) {
+  for (const MotifKind kind :
+       {MotifKind::FeedbackLoop3, MotifKind::FeedbackLoop4, MotifKind::FeedbackLoop5,
+        MotifKind::FeedforwardLoop3, MotifKind::FeedforwardLoop4, MotifKind::Bifan,
+        MotifKind::Scaffold}) {
+    if (MotifKindName(kind) == name) return kind;
+  }
+  return std::nullopt;
+}
+
+std::size_t MotifSize(MotifKind kind) {
+  return TraitsOf(kind).size;
+}
+
+bool MotifIsSigned(MotifKind kind) {
+  return kind != MotifKind::Bifan && kind != MotifKind::Scaffold;
+}
+
+MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
+                       unsigned threads) {
+  const KindTraits traits = TraitsOf(kind);
+  const std::size_t n = network.moleculeCount();
+  MotifResult result;
+  result.kind = kind;
+  result.hits.assign(n, 0);
+  progress.report(0, n, traits.task);
+  ThrowIfCancelled(progress);
+  if (n == 0) return result;
+
+  const std::size_t batchSize = std::clamp<std::size_t>(n / 256, 16, 1024);
+  const std::size_t batches = (n + batchSize - 1) / batchSize;
+  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
+  threads = static_cast<unsigned>(std::min<std::size_t>(threads, batches));
+
+  const Graph g = BuildGraph(network, traits.neutral, threads);
+  // Anchors from the highest rank down. Batch b takes every batches-th anchor from b on,
+  // so that each batch mixes costly anchors (hubs) with cheap ones and the load stays
+  // balanced between threads.
+  std::vector<std::uint32_t> anchors(n);
+  for (std::uint32_t u = 0; u < n; ++u) anchors[n - 1 - g.rank[u]] = u;
+
+  std::vector<Searcher> searchers;
+  searchers.reserve(threads);
+  for (unsigned t = 0; t < threads; ++t) searchers.emplace_back(g, traits);
+  std::atomic<std::size_t> done{0};
+  const auto searchBatch = [&](unsigned worker, std::size_t batch) {
+    std::size_t count = 0;
+    for (std::size_t i = batch; i < n; i += batches, ++count) searchers[worker].search(anchors[i]);
+    done.fetch_add(count);
+  };
+  RunBatches(batches, threads, progress, searchBatch, done, n, traits.task);
+
+  // Every set was found from one anchor only, so the lists of the threads are disjoint;
+  // ordered by molecules they give the same list for any thread count.
+  const auto byMolecules = [](const Found& a, const Found& b) { return a.molecules < b.molecules; };
+  OnThreads(threads, [&](unsigned t) {
+    std::sort(searchers[t].found().begin(), searchers[t].found().end(), byMolecules);
+  });
+  std::vector<Found> all;
+  std::size_t count = 0;
+  for (auto& s : searchers) count += s.found().size();
+  all.reserve(count);
+  for (auto& s : searchers) {
+    const auto middle = static_cast<std::ptrdiff_t>(all.size());
+    all.insert(all.end(), s.found().begin(), s.found().end());
+    std::inplace_merge(all.begin(), all.begin() + middle, all.end(), byMolecules);
+    std::vector<Found>().swap(s.found());
+  }
+
+  const std::size_t k = traits.size;
+  const bool isSigned = MotifIsSigned(kind);
+  for (const Found& f : all) {
+    for (std::size_t i = 0; i < k; ++i) ++result.hits[f.molecules[i]];
+    if (isSigned) ++(f.sign > 0 ? result.positive : result.negative);
+  }
+  result.motifs.resize(all.size());
+  OnThreads(threads, [&](unsigned t) {
+    const auto [first, last] = Slice(all.size(), threads, t);
+    for (std::size_t j = first; j < last; ++j) {
+      const Found& f = all[j];
+      Motif& m = result.motifs[j];
+      m.molecules.resize(k);
+      for (std::size_t i = 0; i < k; ++i) m.molecules[i] = f.molecules[i] + 1;
+      m.interactions.assign(f.interactions.begin(), f.interactions.begin() + k);
+      m.sign = isSigned ? f.sign : 0;
+    }
+  });
+  progress.report(n, n, traits.task);
+  return result;
+}
+
+}  // namespace tessel

@@ -1,0 +1,70 @@
+// Motif search: feedback loops (3 to 5 molecules), feedforward loops (3 and 4), bifans and
+// scaffolds, each counted as distinct sets of molecules within its kind.
+//
+// Shapes, on distinct molecules (loops and paths are simple):
+//   feedback loop  a directed cycle of signed links
+//   FFL3           S->A, S->B, B->A
+//   FFL4           S->A->B with S->C->B, or S->A with S->C->B->A
+//   bifan          S->A, S->C, B->A, B->C (signed links)
+//   scaffold       a triangle of neutral links, each in either direction
+// A shape counts whenever it occurs among the links (not necessarily induced). When one
+// molecule set carries several instances of a kind, it counts once, represented by its
+// first instance in a canonical order that does not depend on the number of threads.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "model/network.h"
+#include "util/progress.h"
+
+namespace tessel {
+
+enum class MotifKind {
+  FeedbackLoop3,
+  FeedbackLoop4,
+  FeedbackLoop5,
+  FeedforwardLoop3,
+  FeedforwardLoop4,
+  Bifan,
+  Scaffold,
+};
+
+// Short names used on the command line and in JSON: fbl3, fbl4, fbl5, ffl3, ffl4, bifan,
+// scaffold.
+std::string_view MotifKindName(MotifKind kind);
+std::optional<MotifKind> ParseMotifKind(std::string_view name);
+std::size_t MotifSize(MotifKind kind);  // number of molecules
+bool MotifIsSigned(MotifKind kind);     // feedback and feedforward loops have a sign
+
+// One distinct motif. `molecules` are in cyclic order: for each i, molecules[i] and
+// molecules[(i + 1) % size] are joined by interactions[i] (an index into
+// Network::interactions(), running in either direction between the two). These are the
+// interactions the motif traverses, and the ones to draw.
+struct Motif {
+  std::vector<MoleculeId> molecules;
+  std::vector<std::uint32_t> interactions;
+  int sign = 0;  // +1 or -1 for loops (odd number of "_" is negative); 0 otherwise
+};
+
+struct MotifResult {
+  MotifKind kind = MotifKind::FeedbackLoop3;
+  std::vector<Motif> motifs;  // distinct molecule sets, in canonical order
+  std::size_t positive = 0;   // loops only
+  std::size_t negative = 0;
+  // For each molecule (indexed by id - 1): the number of distinct motifs containing it.
+  std::vector<std::uint32_t> hits;
+
+  std::size_t total() const { return motifs.size(); }
+};
+
+// Finds all motifs of one kind. `threads` 0 uses the hardware concurrency; the result is
+// identical for any thread count. Reports progress per start molecule and throws Cancelled
+// when asked to stop.
+MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
+                       unsigned threads = 0);
+
+}  // namespace tessel
