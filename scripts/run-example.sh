@@ -13,5 +13,8 @@ cmake --build --preset default -j "$(nproc)" --target tessel
 tessel=build/default/bin/tessel
 "$tessel" stats -o "$out" "$network"
 "$tessel" validate -o "$out" "$network"
+"$tessel" motifs -o "$out" "$network"
+"$tessel" draw -o "$out" "$network"
 echo
-echo "Open $out/stats.htm and $out/validation.htm in a browser."
+echo "Open $out/stats.htm, $out/validation.htm, $out/TESSEL_motifs/motifs.htm and"
+echo "$out/network.svg in a browser."

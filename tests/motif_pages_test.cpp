@@ -6,6 +6,7 @@
 
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
+#include "output/drawing.h"
 #include "test_support.h"
 #include "util/safe_name.h"
 
@@ -105,6 +106,44 @@ TEST(SafeFileName, KeepsPlainNamesAndIsInjectiveAndSafe) {
   const std::string longB = longA + "b";
   EXPECT_LE(SafeFileName(longA).size(), 200u);
   EXPECT_NE(SafeFileName(longA), SafeFileName(longB));
+}
+
+}  // namespace
+}  // namespace tessel
+
+namespace tessel {
+namespace {
+
+TEST(ExampleDrawings, EveryMotifAndWholeNetworkDrawingRenders) {
+  const std::vector<MotifKind> all = MotifCommandOrder();
+  for (const char* name : {"signor_lbc.sig", "omnipath_signed.sig"}) {
+    SCOPED_TRACE(name);
+    const Network net = LoadNetwork(test::SharedDataDir() / "networks" / name);
+    test::ScratchDir dir;
+    NullProgress progress;
+    const MotifCommandResult result = RunMotifCommand(
+        net, ColorShapeTable::Defaults(), {all, true, 2}, dir.path(), progress);
+    ASSERT_EQ(result.results.size(), all.size());
+    std::size_t drawings = 0;
+    for (const MotifResult& r : result.results) {
+      const std::string page =
+          test::ReadFile(result.folder / (std::string(MotifFileStem(r.kind)) + ".htm"));
+      EXPECT_NE(page.find("Total found: " + std::to_string(r.total()) + "<br>"),
+                std::string::npos);
+      for (std::size_t i = 0; i < r.total(); ++i, ++drawings) {
+        const std::string jpeg =
+            test::ReadFile(result.folder / (MotifDrawingName(r.kind, i) + ".jpg"));
+        ASSERT_GT(jpeg.size(), 2u);
+        EXPECT_EQ(jpeg.substr(0, 2), "\xFF\xD8");
+      }
+    }
+    EXPECT_GT(drawings, 10u);
+    EXPECT_TRUE(std::filesystem::exists(result.indexPage));
+    // The whole network too.
+    const DrawResult whole = DrawNetwork(net, ColorShapeTable::Defaults(), dir.path(), "whole");
+    EXPECT_EQ(test::ReadFile(whole.jpeg).substr(0, 2), "\xFF\xD8");
+    EXPECT_NE(test::ReadFile(whole.svg).find("</svg>"), std::string::npos);
+  }
 }
 
 }  // namespace
