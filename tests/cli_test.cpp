@@ -48,9 +48,9 @@ TEST(Cli, StatsJsonHasEveryKeyAndWritesThePage) {
   const RunResult r = RunTessel(dir, {"stats", "--json", "-o", out, Example("signor_lbc.sig")});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   const auto j = nlohmann::json::parse(r.out);
-  for (const char* key : {"molecules", "interactions", "references", "links_per_node",
-                          "clustering", "grid", "cpl", "islands", "types", "locations",
-                          "effects", "interaction_types", "connectivity"}) {
+  for (const char* key :
+       {"molecules", "interactions", "references", "links_per_node", "clustering", "grid", "cpl",
+        "islands", "types", "locations", "effects", "interaction_types", "connectivity"}) {
     EXPECT_TRUE(j.contains(key)) << key;
   }
   EXPECT_EQ(j["molecules"], 30);
@@ -97,8 +97,7 @@ TEST(Cli, BadInputGivesOneLineNamingFileAndLineAndKeepsExistingOutput) {
   const std::vector<Case> cases = {
       {"empty.sig", "", "empty.sig: the file is empty"},
       {"blank.sig", "\n \n\t\n", "blank.sig: the file holds no interactions"},
-      {"twelve.sig", good + "A NA NA Kinase Cytosol B NA NA TF Nucleus + 7\n",
-       "twelve.sig:2: "},
+      {"twelve.sig", good + "A NA NA Kinase Cytosol B NA NA TF Nucleus + 7\n", "twelve.sig:2: "},
       {"fourteen.sig", good + good + "A NA NA Kinase Cytosol B NA NA TF Nucleus + NA 7 8\n",
        "fourteen.sig:3: "},
       {"binary.sig", std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16), "binary.sig:3: binary data"},

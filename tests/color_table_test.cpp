@@ -32,8 +32,8 @@ TEST(ColorTable, EmptyFileIsReplacedAndSearchOrderIsRespected) {
   test::WriteFile(networkDir / "colors_and_shapes.txt", "");
   test::WriteFile(outputDir / "colors_and_shapes.txt", "Kinase gold box");
   bool wrote = true;
-  const ColorShapeTable table =
-      ColorShapeTable::LoadOrCreate({networkDir.path(), outputDir.path()}, outputDir.path(), &wrote);
+  const ColorShapeTable table = ColorShapeTable::LoadOrCreate({networkDir.path(), outputDir.path()},
+                                                              outputDir.path(), &wrote);
   EXPECT_FALSE(wrote);  // the empty file is skipped, the one-line table further on is valid
   ASSERT_EQ(table.entries().size(), 1u);
   EXPECT_EQ(table.entries()[0].color, "gold");
@@ -59,7 +59,7 @@ TEST(ColorTable, LookupsByNameTypeAndDefault) {
   EXPECT_EQ(table.shapeOf(net, "R1"), "box");
   EXPECT_EQ(table.colorOf(net, "R2"), "limegreen");
   EXPECT_EQ(table.colorOf(net, "L"), "red");
-  EXPECT_EQ(table.colorOf(net, "X"), "turquoise");             // unknown type
+  EXPECT_EQ(table.colorOf(net, "X"), "turquoise");               // unknown type
   EXPECT_EQ(table.colorOf(net, "not-in-network"), "turquoise");  // not a molecule
 
   const ColorShapeTable noDefault = ColorShapeTable::Parse("Ligand red ellipse");

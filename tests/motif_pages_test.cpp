@@ -53,8 +53,8 @@ TEST(MotifPage, RowsOfFourAllClosedAndImageNamesMatchDrawings) {
 TEST(MotifPage, IndexListsOnlyTheKindsSearchedInFixedOrder) {
   EXPECT_EQ(MotifsIndexPage({MotifKind::Bifan}),
             "<html><body>Found motifs:<br><a href=\"bifans.htm\">Bifans</a><br></body></html>");
-  const std::string all = MotifsIndexPage({MotifKind::FeedforwardLoop4, MotifKind::Scaffold,
-                                           MotifKind::FeedbackLoop3});
+  const std::string all =
+      MotifsIndexPage({MotifKind::FeedforwardLoop4, MotifKind::Scaffold, MotifKind::FeedbackLoop3});
   EXPECT_LT(all.find("scaffolds.htm"), all.find("feedback_loops3.htm"));
   EXPECT_LT(all.find("feedback_loops3.htm"), all.find("feedforward_loops4.htm"));
   EXPECT_EQ(all.find("bifans.htm"), std::string::npos);
@@ -121,15 +121,14 @@ TEST(ExampleDrawings, EveryMotifAndWholeNetworkDrawingRenders) {
     const Network net = LoadNetwork(test::SharedDataDir() / "networks" / name);
     test::ScratchDir dir;
     NullProgress progress;
-    const MotifCommandResult result = RunMotifCommand(
-        net, ColorShapeTable::Defaults(), {all, true, 2}, dir.path(), progress);
+    const MotifCommandResult result =
+        RunMotifCommand(net, ColorShapeTable::Defaults(), {all, true, 2}, dir.path(), progress);
     ASSERT_EQ(result.results.size(), all.size());
     std::size_t drawings = 0;
     for (const MotifResult& r : result.results) {
       const std::string page =
           test::ReadFile(result.folder / (std::string(MotifFileStem(r.kind)) + ".htm"));
-      EXPECT_NE(page.find("Total found: " + std::to_string(r.total()) + "<br>"),
-                std::string::npos);
+      EXPECT_NE(page.find("Total found: " + std::to_string(r.total()) + "<br>"), std::string::npos);
       for (std::size_t i = 0; i < r.total(); ++i, ++drawings) {
         const std::string jpeg =
             test::ReadFile(result.folder / (MotifDrawingName(r.kind, i) + ".jpg"));

@@ -36,10 +36,10 @@ TEST(NetworkMerge, ReversedRowsShareOneNeighbourEntryButAreTwoInteractions) {
 }
 
 TEST(NetworkMerge, RepeatedRowsMergePubmedIdsInFileOrderAndKeepFirstValues) {
-  const Network net = ReadSigText(SigRow("A", "B", "+", "30") + SigRow("A", "B", "+", "10") +
-                                      SigRow("A", "B", "_", "30", "phosphorylation") +
-                                      SigRow("A", "B", "+", "20"),
-                                  "rows.sig");
+  const Network net =
+      ReadSigText(SigRow("A", "B", "+", "30") + SigRow("A", "B", "+", "10") +
+                      SigRow("A", "B", "_", "30", "phosphorylation") + SigRow("A", "B", "+", "20"),
+                  "rows.sig");
   ASSERT_EQ(net.interactionCount(), 1u);
   const Interaction& i = net.interactions()[0];
   EXPECT_EQ(i.pubmedIds, (std::vector<PubmedId>{30, 10, 20}));
@@ -120,13 +120,13 @@ TEST(SigReader, LeadingDigitGainsPButOnlyInSigFiles) {
 }
 
 TEST(SigReader, NaEndsTheDataButLaterLinesAreStillChecked) {
-  const std::string rows = SigRow("A", "B", "+", "1") + SigRow("na", "C", "+", "2") +
-                           SigRow("D", "E", "+", "3");
+  const std::string rows =
+      SigRow("A", "B", "+", "1") + SigRow("na", "C", "+", "2") + SigRow("D", "E", "+", "3");
   const Network net = ReadSigText(rows, "na.sig");
   EXPECT_EQ(net.interactionCount(), 1u);
   EXPECT_EQ(net.findId("D"), 0u);
-  const Network targetNa = ReadSigText(SigRow("A", "B", "+", "1") + SigRow("C", "na", "+", "2"),
-                                       "na6.sig");
+  const Network targetNa =
+      ReadSigText(SigRow("A", "B", "+", "1") + SigRow("C", "na", "+", "2"), "na6.sig");
   EXPECT_EQ(targetNa.moleculeCount(), 2u);
   EXPECT_THROW(ReadSigText(rows + "X Y\n", "na-bad.sig"), InputError);
 }
@@ -161,7 +161,8 @@ TEST(SigReader, EmptyBlankAndBinaryFilesAreRefused) {
   using namespace std::literals;
   EXPECT_EQ(messageOf(""), "f.sig: the file is empty");
   EXPECT_EQ(messageOf("\n\n  \t\n"), "f.sig: the file holds no interactions");
-  EXPECT_EQ(messageOf("A B\n\x7f" "ELF\0\0\0\x01"sv),
+  EXPECT_EQ(messageOf("A B\n\x7f"
+                      "ELF\0\0\0\x01"sv),
             "f.sig:2: binary data: this is not a text network file");
 }
 
@@ -189,7 +190,8 @@ TEST(SigReader, AwkwardButValidInput) {
 }
 
 TEST(SigWriter, RoundTripOfEveryExampleNetwork) {
-  for (const auto& entry : std::filesystem::directory_iterator(test::SharedDataDir() / "networks")) {
+  for (const auto& entry :
+       std::filesystem::directory_iterator(test::SharedDataDir() / "networks")) {
     SCOPED_TRACE(entry.path().string());
     const Network first = LoadNetwork(entry.path());
     const std::string text = SigText(first);

@@ -50,8 +50,14 @@ void WriteFile(const fs::path& path, std::string_view content) {
   out.write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
-fs::path SourceDir() { return TESSEL_SOURCE_DIR; }
-fs::path SharedDataDir() { return TESSEL_SHARED_DATA_DIR; }
-fs::path GoldenDir() { return SourceDir() / "tests" / "golden"; }
+fs::path SourceDir() {
+  return TESSEL_SOURCE_DIR;
+}
+fs::path SharedDataDir() {
+  return TESSEL_SHARED_DATA_DIR;
+}
+fs::path GoldenDir() {
+  return SourceDir() / "tests" / "golden";
+}
 
 }  // namespace tessel::test

@@ -12,22 +12,38 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kDefaultTable[][3] = {
-    {"Ligand", "red", "ellipse"},          {"Channel", "lawngreen", "ellipse"},
-    {"CellAdhesion", "lawngreen", "ellipse"}, {"Cytoskeleton", "yellow1", "ellipse"},
-    {"Activator", "turquoise", "ellipse"}, {"NEF", "turquoise", "ellipse"},
-    {"DualFunction", "violet", "ellipse"}, {"Kinase", "turquoise", "ellipse"},
-    {"Adapter", "turquoise", "ellipse"},   {"Lipid", "turquoise", "ellipse"},
-    {"Receptor", "limegreen", "ellipse"},  {"TF", "pink2", "ellipse"},
-    {"Ribosome", "pink3", "ellipse"},      {"GTPase", "turquoise", "ellipse"},
-    {"Phosphatase", "turquoise", "ellipse"}, {"Cool", "turquoise", "ellipse"},
-    {"Messenger", "turquoise", "ellipse"}, {"Cyclase", "limegreen", "ellipse"},
-    {"Phospholipase", "turquoise", "ellipse"}, {"RNA", "pink3", "ellipse"},
-    {"Bcl2Family", "sienna3", "ellipse"},  {"PDE", "turquoise", "ellipse"},
-    {"Inhibitor", "turquoise", "ellipse"}, {"Synthase", "turquoise", "ellipse"},
-    {"Vesicle", "purple1", "ellipse"},     {"Ubiquitinase", "turquoise", "ellipse"},
-    {"Protease", "sienna3", "ellipse"},    {"DNase", "sienna3", "ellipse"},
-    {"Lipase", "turquoise", "ellipse"},    {"Gprotein", "turquoise", "ellipse"},
-    {"GAP", "turquoise", "ellipse"},       {"default", "turquoise", "ellipse"},
+    {"Ligand", "red", "ellipse"},
+    {"Channel", "lawngreen", "ellipse"},
+    {"CellAdhesion", "lawngreen", "ellipse"},
+    {"Cytoskeleton", "yellow1", "ellipse"},
+    {"Activator", "turquoise", "ellipse"},
+    {"NEF", "turquoise", "ellipse"},
+    {"DualFunction", "violet", "ellipse"},
+    {"Kinase", "turquoise", "ellipse"},
+    {"Adapter", "turquoise", "ellipse"},
+    {"Lipid", "turquoise", "ellipse"},
+    {"Receptor", "limegreen", "ellipse"},
+    {"TF", "pink2", "ellipse"},
+    {"Ribosome", "pink3", "ellipse"},
+    {"GTPase", "turquoise", "ellipse"},
+    {"Phosphatase", "turquoise", "ellipse"},
+    {"Cool", "turquoise", "ellipse"},
+    {"Messenger", "turquoise", "ellipse"},
+    {"Cyclase", "limegreen", "ellipse"},
+    {"Phospholipase", "turquoise", "ellipse"},
+    {"RNA", "pink3", "ellipse"},
+    {"Bcl2Family", "sienna3", "ellipse"},
+    {"PDE", "turquoise", "ellipse"},
+    {"Inhibitor", "turquoise", "ellipse"},
+    {"Synthase", "turquoise", "ellipse"},
+    {"Vesicle", "purple1", "ellipse"},
+    {"Ubiquitinase", "turquoise", "ellipse"},
+    {"Protease", "sienna3", "ellipse"},
+    {"DNase", "sienna3", "ellipse"},
+    {"Lipase", "turquoise", "ellipse"},
+    {"Gprotein", "turquoise", "ellipse"},
+    {"GAP", "turquoise", "ellipse"},
+    {"default", "turquoise", "ellipse"},
 };
 
 }  // namespace
@@ -54,7 +70,8 @@ ColorShapeTable ColorShapeTable::Parse(std::string_view text) {
   // The file is a stream of words: line ends separate words like blanks do.
   const std::vector<std::string_view> all = SplitFields(text);
   for (std::size_t i = 0; i + 2 < all.size(); i += 3) {
-    table.entries_.push_back({std::string(all[i]), std::string(all[i + 1]), std::string(all[i + 2])});
+    table.entries_.push_back(
+        {std::string(all[i]), std::string(all[i + 1]), std::string(all[i + 2])});
   }
   return table;
 }

@@ -42,9 +42,8 @@ MoleculeId NetworkBuilder::addMolecule(const EndPoint& e) {
   return net_.molecules_.back().id;
 }
 
-void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target,
-                            std::string_view effect, std::string_view interactionType,
-                            PubmedId pubmedId, std::size_t line) {
+void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
+                            std::string_view interactionType, PubmedId pubmedId, std::size_t line) {
   ++rows_;
   const MoleculeId s = addMolecule(source);
   const MoleculeId t = addMolecule(target);

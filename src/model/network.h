@@ -59,8 +59,8 @@ struct Interaction {
   std::string targetExtraId;
   std::string targetType;
   std::string targetLocation;
-  std::string effect;           // "+", "_", "0" or any other text, kept as read
-  std::string interactionType;  // "NA" when unknown
+  std::string effect;               // "+", "_", "0" or any other text, kept as read
+  std::string interactionType;      // "NA" when unknown
   std::vector<PubmedId> pubmedIds;  // distinct, in order of first appearance; never empty
 
   bool isNeutral() const { return effect == "0"; }

@@ -18,7 +18,9 @@ constexpr std::string_view kPairsColumnMessage =
     " to few or too many columns\nThe load two column function only accepts text files with 2 "
     "columns in each row!";
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
+}
 
 // Splits a line into at most `Max` fields; returns the number of fields found, which is
 // Max + 1 when the line holds more than Max.
@@ -62,8 +64,8 @@ void CheckIsText(std::string_view text, const std::string& file) {
   if (text.empty()) throw InputError(file, 0, "the file is empty");
   const std::size_t nul = text.find('\0');
   if (nul != std::string_view::npos) {
-    const std::size_t line = 1 + static_cast<std::size_t>(
-                                     std::count(text.begin(), text.begin() + nul, '\n'));
+    const std::size_t line =
+        1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + nul, '\n'));
     throw InputError(file, line, "binary data: this is not a text network file");
   }
 }
@@ -104,11 +106,16 @@ NetworkFormat ParseNetworkFormat(std::string_view name) {
 
 std::string_view FormatName(NetworkFormat format) {
   switch (format) {
-    case NetworkFormat::Auto: return "auto";
-    case NetworkFormat::Sig: return "sig";
-    case NetworkFormat::Pairs: return "pairs";
-    case NetworkFormat::PsiMi: return "psimi";
-    case NetworkFormat::Mitab: return "mitab";
+    case NetworkFormat::Auto:
+      return "auto";
+    case NetworkFormat::Sig:
+      return "sig";
+    case NetworkFormat::Pairs:
+      return "pairs";
+    case NetworkFormat::PsiMi:
+      return "psimi";
+    case NetworkFormat::Mitab:
+      return "mitab";
   }
   return "auto";
 }
@@ -202,13 +209,16 @@ Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, War
     format = DetectFormat(text, path);
   }
   switch (format) {
-    case NetworkFormat::Sig: return ReadSigText(text, file, warnings);
-    case NetworkFormat::Pairs: return ReadTwoColumnText(text, file, warnings);
+    case NetworkFormat::Sig:
+      return ReadSigText(text, file, warnings);
+    case NetworkFormat::Pairs:
+      return ReadTwoColumnText(text, file, warnings);
     case NetworkFormat::PsiMi:
       throw InputError(file, 0, "PSI-MI XML networks cannot be read by this version of tessel");
     case NetworkFormat::Mitab:
       throw InputError(file, 0, "PSI-MI TAB networks cannot be read by this version of tessel");
-    case NetworkFormat::Auto: break;
+    case NetworkFormat::Auto:
+      break;
   }
   throw InputError(file, 0, "unknown network format");
 }

@@ -27,7 +27,9 @@ class NamedProgress final : public Progress {
   std::string text_;
 };
 
-std::size_t DrawingNumberBase(MotifKind kind) { return 10000 * MotifSize(kind); }
+std::size_t DrawingNumberBase(MotifKind kind) {
+  return 10000 * MotifSize(kind);
+}
 
 }  // namespace
 
@@ -43,24 +45,36 @@ const std::vector<MotifKind>& MotifCommandOrder() {
 
 std::string_view MotifFileStem(MotifKind kind) {
   switch (kind) {
-    case MotifKind::Scaffold: return "scaffolds";
-    case MotifKind::Bifan: return "bifans";
-    case MotifKind::FeedbackLoop3: return "feedback_loops3";
-    case MotifKind::FeedbackLoop4: return "feedback_loops4";
-    case MotifKind::FeedbackLoop5: return "feedback_loops5";
-    case MotifKind::FeedforwardLoop3: return "feedforward_loops3";
-    case MotifKind::FeedforwardLoop4: return "feedforward_loops4";
+    case MotifKind::Scaffold:
+      return "scaffolds";
+    case MotifKind::Bifan:
+      return "bifans";
+    case MotifKind::FeedbackLoop3:
+      return "feedback_loops3";
+    case MotifKind::FeedbackLoop4:
+      return "feedback_loops4";
+    case MotifKind::FeedbackLoop5:
+      return "feedback_loops5";
+    case MotifKind::FeedforwardLoop3:
+      return "feedforward_loops3";
+    case MotifKind::FeedforwardLoop4:
+      return "feedforward_loops4";
   }
   return "motifs";
 }
 
 std::string MotifStatusText(MotifKind kind) {
   switch (kind) {
-    case MotifKind::Scaffold: return "Searching for scaffolds... please wait!";
-    case MotifKind::Bifan: return "Searching for bifans... please wait!";
-    case MotifKind::FeedbackLoop3: return "Searching for feedback loops of size 3... please wait!";
-    case MotifKind::FeedbackLoop4: return "Searching for feedback loops of size 4... please wait!";
-    case MotifKind::FeedbackLoop5: return "Searching for feedback loops of size 5... please wait!";
+    case MotifKind::Scaffold:
+      return "Searching for scaffolds... please wait!";
+    case MotifKind::Bifan:
+      return "Searching for bifans... please wait!";
+    case MotifKind::FeedbackLoop3:
+      return "Searching for feedback loops of size 3... please wait!";
+    case MotifKind::FeedbackLoop4:
+      return "Searching for feedback loops of size 4... please wait!";
+    case MotifKind::FeedbackLoop5:
+      return "Searching for feedback loops of size 5... please wait!";
     case MotifKind::FeedforwardLoop3:
       return "Searching for feedforward loops of size 3... please wait!";
     case MotifKind::FeedforwardLoop4:
@@ -141,13 +155,16 @@ std::string MotifsIndexPage(const std::vector<MotifKind>& kinds) {
   const std::pair<MotifKind, const char*> links[] = {
       {MotifKind::Scaffold, "<a href=\"scaffolds.htm\">Scaffold</a><br>"},
       {MotifKind::Bifan, "<a href=\"bifans.htm\">Bifans</a><br>"},
-      {MotifKind::FeedbackLoop3, "<a href=\"feedback_loops3.htm\">Feedback loops of size 3</a><br>"},
-      {MotifKind::FeedbackLoop4, "<a href=\"feedback_loops4.htm\">Feedback loops of size 4</a><br>"},
+      {MotifKind::FeedbackLoop3,
+       "<a href=\"feedback_loops3.htm\">Feedback loops of size 3</a><br>"},
+      {MotifKind::FeedbackLoop4,
+       "<a href=\"feedback_loops4.htm\">Feedback loops of size 4</a><br>"},
       {MotifKind::FeedforwardLoop3,
        "<a href=\"feedforward_loops3.htm\">Feedforward loops of size 3</a><br>"},
       {MotifKind::FeedforwardLoop4,
        "<a href=\"feedforward_loops4.htm\">Feedforward loops of size 4</a><br>"},
-      {MotifKind::FeedbackLoop5, "<a href=\"feedback_loops5.htm\">Feedback loops of size 5</a><br>"},
+      {MotifKind::FeedbackLoop5,
+       "<a href=\"feedback_loops5.htm\">Feedback loops of size 5</a><br>"},
   };
   for (const auto& [kind, link] : links) {
     if (has(kind)) page += link;

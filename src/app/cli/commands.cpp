@@ -56,7 +56,9 @@ Json TallyJson(const ValueTally& tally) {
   return object;
 }
 
-void Print(const Json& j) { std::cout << j.dump(2) << "\n"; }
+void Print(const Json& j) {
+  std::cout << j.dump(2) << "\n";
+}
 
 }  // namespace
 
@@ -127,8 +129,8 @@ int RunSave(const CommonOptions& options, const std::string& to) {
                {"molecules", network.moleculeCount()},
                {"interactions", network.interactionCount()}});
   } else {
-    std::cout << "Saved " << rows << " rows (" << network.interactionCount()
-              << " interactions) to " << to << "\n";
+    std::cout << "Saved " << rows << " rows (" << network.interactionCount() << " interactions) to "
+              << to << "\n";
   }
   return 0;
 }

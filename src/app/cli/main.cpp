@@ -70,8 +70,9 @@ int main(int argc, char** argv) {
   drawCmd->add_option("--base", drawBase, "base name of the files (default: network)");
 
   std::string exportFormat, exportTo;
-  auto* exportCmd = app.add_subcommand("export", "files for Pajek, MFinder, Cytoscape, or the "
-                                                 "largest island as SIG");
+  auto* exportCmd = app.add_subcommand("export",
+                                       "files for Pajek, MFinder, Cytoscape, or the "
+                                       "largest island as SIG");
   exportCmd->add_option("FORMAT", exportFormat, "pajek, mfinder, sif or big-cluster")
       ->required()
       ->check(CLI::IsMember({"pajek", "mfinder", "sif", "big-cluster"}));
