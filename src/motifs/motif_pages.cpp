@@ -1,6 +1,7 @@
 #include "motifs/motif_pages.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "output/dot.h"
 #include "output/render.h"
@@ -27,6 +28,36 @@ class NamedProgress final : public Progress {
   std::string text_;
 };
 
+// What the command writes and says for each kind, in the order it processes them.
+struct KindPage {
+  MotifKind kind;
+  std::string_view stem;      // page and drawing file stem
+  std::string_view searched;  // "Searching for ... please wait!"
+  std::string_view title;     // link text on the index page
+};
+
+constexpr KindPage kKindPages[] = {
+    {MotifKind::Scaffold, "scaffolds", "scaffolds", "Scaffold"},
+    {MotifKind::Bifan, "bifans", "bifans", "Bifans"},
+    {MotifKind::FeedbackLoop3, "feedback_loops3", "feedback loops of size 3",
+     "Feedback loops of size 3"},
+    {MotifKind::FeedbackLoop4, "feedback_loops4", "feedback loops of size 4",
+     "Feedback loops of size 4"},
+    {MotifKind::FeedforwardLoop3, "feedforward_loops3", "feedforward loops of size 3",
+     "Feedforward loops of size 3"},
+    {MotifKind::FeedforwardLoop4, "feedforward_loops4", "feedforward loops of size 4",
+     "Feedforward loops of size 4"},
+    {MotifKind::FeedbackLoop5, "feedback_loops5", "feedback loops of size 5",
+     "Feedback loops of size 5"},
+};
+
+const KindPage& PageOf(MotifKind kind) {
+  for (const KindPage& page : kKindPages) {
+    if (page.kind == kind) return page;
+  }
+  throw std::invalid_argument("no page for this motif kind");
+}
+
 std::size_t DrawingNumberBase(MotifKind kind) {
   return 10000 * MotifSize(kind);
 }
@@ -34,53 +65,20 @@ std::size_t DrawingNumberBase(MotifKind kind) {
 }  // namespace
 
 const std::vector<MotifKind>& MotifCommandOrder() {
-  static const std::vector<MotifKind> order = {
-      MotifKind::Scaffold,         MotifKind::Bifan,
-      MotifKind::FeedbackLoop3,    MotifKind::FeedbackLoop4,
-      MotifKind::FeedforwardLoop3, MotifKind::FeedforwardLoop4,
-      MotifKind::FeedbackLoop5,
-  };
+  static const std::vector<MotifKind> order = [] {
+    std::vector<MotifKind> kinds;
+    for (const KindPage& page : kKindPages) kinds.push_back(page.kind);
+    return kinds;
+  }();
   return order;
 }
 
 std::string_view MotifFileStem(MotifKind kind) {
-  switch (kind) {
-    case MotifKind::Scaffold:
-      return "scaffolds";
-    case MotifKind::Bifan:
-      return "bifans";
-    case MotifKind::FeedbackLoop3:
-      return "feedback_loops3";
-    case MotifKind::FeedbackLoop4:
-      return "feedback_loops4";
-    case MotifKind::FeedbackLoop5:
-      return "feedback_loops5";
-    case MotifKind::FeedforwardLoop3:
-      return "feedforward_loops3";
-    case MotifKind::FeedforwardLoop4:
-      return "feedforward_loops4";
-  }
-  return "motifs";
+  return PageOf(kind).stem;
 }
 
 std::string MotifStatusText(MotifKind kind) {
-  switch (kind) {
-    case MotifKind::Scaffold:
-      return "Searching for scaffolds... please wait!";
-    case MotifKind::Bifan:
-      return "Searching for bifans... please wait!";
-    case MotifKind::FeedbackLoop3:
-      return "Searching for feedback loops of size 3... please wait!";
-    case MotifKind::FeedbackLoop4:
-      return "Searching for feedback loops of size 4... please wait!";
-    case MotifKind::FeedbackLoop5:
-      return "Searching for feedback loops of size 5... please wait!";
-    case MotifKind::FeedforwardLoop3:
-      return "Searching for feedforward loops of size 3... please wait!";
-    case MotifKind::FeedforwardLoop4:
-      return "Searching for feedforward loops of size 4... please wait!";
-  }
-  return "Searching for motifs... please wait!";
+  return "Searching for " + std::string(PageOf(kind).searched) + "... please wait!";
 }
 
 std::string MotifDot(const Network& network, const ColorShapeTable& colors, const Motif& motif) {
@@ -152,22 +150,13 @@ std::string MotifsIndexPage(const std::vector<MotifKind>& kinds) {
     return std::find(kinds.begin(), kinds.end(), k) != kinds.end();
   };
   std::string page = "<html><body>Found motifs:<br>";
-  const std::pair<MotifKind, const char*> links[] = {
-      {MotifKind::Scaffold, "<a href=\"scaffolds.htm\">Scaffold</a><br>"},
-      {MotifKind::Bifan, "<a href=\"bifans.htm\">Bifans</a><br>"},
-      {MotifKind::FeedbackLoop3,
-       "<a href=\"feedback_loops3.htm\">Feedback loops of size 3</a><br>"},
-      {MotifKind::FeedbackLoop4,
-       "<a href=\"feedback_loops4.htm\">Feedback loops of size 4</a><br>"},
-      {MotifKind::FeedforwardLoop3,
-       "<a href=\"feedforward_loops3.htm\">Feedforward loops of size 3</a><br>"},
-      {MotifKind::FeedforwardLoop4,
-       "<a href=\"feedforward_loops4.htm\">Feedforward loops of size 4</a><br>"},
-      {MotifKind::FeedbackLoop5,
-       "<a href=\"feedback_loops5.htm\">Feedback loops of size 5</a><br>"},
-  };
-  for (const auto& [kind, link] : links) {
-    if (has(kind)) page += link;
+  for (const KindPage& kind : kKindPages) {
+    if (!has(kind.kind)) continue;
+    page += "<a href=\"";
+    page += kind.stem;
+    page += ".htm\">";
+    page += kind.title;
+    page += "</a><br>";
   }
   page += "</body></html>";
   return page;
