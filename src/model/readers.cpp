@@ -223,28 +223,58 @@ Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, War
   throw InputError(file, 0, "unknown network format");
 }
 
-std::string SigText(const Network& network) {
-  std::string out;
+SigRow FirstRowOf(const Network& network, const Interaction& i) {
+  return {
+      {network.sourceName(i), i.sourceAccession, i.sourceExtraId, i.sourceType, i.sourceLocation},
+      {network.targetName(i), i.targetAccession, i.targetExtraId, i.targetType, i.targetLocation},
+      i.effect,
+      i.interactionType,
+      i.firstPubmedId()};
+}
+
+void AppendSigRow(std::string& out, const SigRow& row) {
   const auto field = [&out](std::string_view s) {
-    out.append(s.empty() ? std::string_view("NA") : s);
+    if (s.empty()) {
+      out.append("NA");
+    } else {
+      const std::size_t start = out.size();
+      out.append(s);
+      for (std::size_t k = start; k < out.size(); ++k) {
+        if (IsBlank(out[k]) || out[k] == '\n') out[k] = '_';
+      }
+    }
     out.push_back(' ');
   };
+  field(row.source.name);
+  field(row.source.accession);
+  field(row.source.extraId);
+  field(row.source.moleculeType);
+  field(row.source.location);
+  field(row.target.name);
+  field(row.target.accession);
+  field(row.target.extraId);
+  field(row.target.moleculeType);
+  field(row.target.location);
+  field(row.effect);
+  field(row.interactionType);
+  out.append(std::to_string(row.pubmedId));
+  out.push_back('\n');
+}
+
+std::string SigRowsText(std::span<const SigRow> rows) {
+  std::string out;
+  out.reserve(rows.size() * 64);
+  for (const SigRow& row : rows) AppendSigRow(out, row);
+  return out;
+}
+
+std::string SigText(const Network& network) {
+  std::string out;
   for (const Interaction& i : network.interactions()) {
+    SigRow row = FirstRowOf(network, i);
     for (const PubmedId id : i.pubmedIds) {
-      field(network.sourceName(i));
-      field(i.sourceAccession);
-      field(i.sourceExtraId);
-      field(i.sourceType);
-      field(i.sourceLocation);
-      field(network.targetName(i));
-      field(i.targetAccession);
-      field(i.targetExtraId);
-      field(i.targetType);
-      field(i.targetLocation);
-      field(i.effect);
-      field(i.interactionType);
-      out.append(std::to_string(id));
-      out.push_back('\n');
+      row.pubmedId = id;
+      AppendSigRow(out, row);
     }
   }
   return out;

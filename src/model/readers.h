@@ -5,6 +5,7 @@
 #pragma once
 
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,28 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
 // Reads a network file in the given (or detected) format.
 Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format = NetworkFormat::Auto,
                     Warnings* warnings = nullptr);
+
+// The thirteen fields of one SIG data line. The views point into the strings of a Network
+// (or other storage) that outlives the row.
+struct SigRow {
+  EndPoint source;
+  EndPoint target;
+  std::string_view effect;
+  std::string_view interactionType;
+  PubmedId pubmedId = 0;
+};
+
+// The row that represents an interaction in derived networks: its own end-point fields and
+// its first PubMed id.
+SigRow FirstRowOf(const Network& network, const Interaction& interaction);
+
+// Appends one SIG line: fields separated by one blank, ended by a line break. An empty
+// field is written "NA" and blanks inside a field become "_", so that the line always
+// reads back as the same thirteen fields.
+void AppendSigRow(std::string& out, const SigRow& row);
+
+// The text of a SIG file holding the rows in order.
+std::string SigRowsText(std::span<const SigRow> rows);
 
 // One row per (interaction, PubMed id) pair, interactions in creation order.
 std::string SigText(const Network& network);

@@ -21,6 +21,18 @@ class NullProgress final : public Progress {
   void report(std::size_t, std::size_t, std::string_view) override {}
 };
 
+// Passes cancellation through but shows nothing: for inner steps of a task that reports
+// its own progress (for example one network among many analysed at once).
+class SilentProgress final : public Progress {
+ public:
+  explicit SilentProgress(const Progress& outer) : outer_(outer) {}
+  void report(std::size_t, std::size_t, std::string_view) override {}
+  bool cancelled() const override { return outer_.cancelled(); }
+
+ private:
+  const Progress& outer_;
+};
+
 // Thrown by long computations when their Progress reports cancellation.
 class Cancelled : public std::runtime_error {
  public:

@@ -1,0 +1,83 @@
+// Shuffled and random networks: null models against which a network's motif and clustering
+// figures are compared. Every random network is drawn from the user's network with its own
+// generator, seeded from the command's seed and the network's number, so the files are the
+// same for a given seed whatever the number of threads.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "derived/figures.h"
+#include "model/network.h"
+#include "model/readers.h"
+#include "util/progress.h"
+
+namespace tessel {
+
+inline constexpr const char* kShuffledFolder = "TESSEL_shuffled_nets";
+inline constexpr const char* kShuffledPage = "shuffled_networks_analysis.htm";
+
+enum class ShuffleKind {
+  SwapTargets,     // "random_milo_%d.sig": keeps every molecule's in and out degree
+  ShuffleEffects,  // "random_effect_%d.sig": keeps the wiring
+  ErdosRenyi,      // "random_er_%d.sig": same molecules and the same count of every effect
+};
+
+// "swap", "effects", "er"; throws std::invalid_argument otherwise.
+ShuffleKind ParseShuffleKind(std::string_view name);
+// The file name of the index-th network (1-based): "random_milo_7.sig", ...
+std::string ShuffledFileName(ShuffleKind kind, int index);
+
+// Swaps targets: `passes` passes over the interactions in list order; in each, interaction
+// e draws a partner f uniformly and the two exchange their five target fields unless f is
+// e, or the exchange would create an interaction that exists already, the reverse of one,
+// or a self-interaction. Sources, effects, types and PubMed ids stay in place. Returns one
+// row per interaction, in list order.
+std::vector<SigRow> SwapTargets(const Network& network, int passes, std::mt19937_64& random);
+
+// A uniform random permutation of the effects over the interactions.
+std::vector<SigRow> ShuffleEffects(const Network& network, std::mt19937_64& random);
+
+// For every effect string, as many links as the network has: "+" first, then "_", then
+// "0", then the other effects in order of first appearance. Each link joins two distinct
+// molecules drawn uniformly, source fields from the first and target fields from the
+// second; no ordered pair is drawn twice (reverse pairs may occur). Interaction type
+// "Unknown", PubMed id 0. Throws std::invalid_argument when the network has more
+// interactions than ordered pairs of distinct molecules.
+std::vector<SigRow> ErdosRenyi(const Network& network, std::mt19937_64& random);
+
+// The generator for network `index` (1-based) of a run with `seed`.
+std::mt19937_64 NetworkRandom(std::uint64_t seed, int index);
+
+struct ShuffleSettings {
+  ShuffleKind kind = ShuffleKind::SwapTargets;
+  int count = 100;
+  bool maintainOneIsland = false;  // swap and Erdos-Renyi only
+  int islandTries = 100;           // tries per network before giving up
+  int passes = 10;                 // swap passes
+  FigureColumns columns{true, false, false};
+  bool analyze = true;  // write the analysis page (when columns.any())
+  std::uint64_t seed = 0;
+  unsigned threads = 0;  // 0: all cores
+};
+
+struct ShuffleResult {
+  std::filesystem::path folder;  // <output>/TESSEL_shuffled_nets
+  std::filesystem::path page;    // the analysis page; empty when not analysed
+  std::vector<std::filesystem::path> files;
+  std::vector<std::string> titles;          // FigureTitles of the columns
+  std::vector<double> networkValues;        // the user's network, for comparison
+  std::vector<std::vector<double>> random;  // one row per random network, in file order
+};
+
+// Makes and (optionally) analyses the random networks, in parallel. Progress texts:
+// "Created %d random networks out of %d" and "Analyzed %d random networks out of %d".
+// Throws std::runtime_error when "maintain one island" finds no network of one island in
+// `islandTries` tries, OutputError when a file cannot be written, Cancelled when stopped.
+ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,
+                                const std::filesystem::path& outputDir, Progress& progress);
+
+}  // namespace tessel
