@@ -1,0 +1,359 @@
+#include "pathways/path_search.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <functional>
+#include <iterator>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace tessel {
+namespace {
+
+bool Usable(const MoleculeCondition& c) {
+  return !c.value.empty();
+}
+
+bool MatchesAny(const std::vector<MoleculeCondition>& conditions, const Molecule& m) {
+  return std::any_of(conditions.begin(), conditions.end(),
+                     [&m](const MoleculeCondition& c) { return Usable(c) && c.matches(m); });
+}
+
+std::uint32_t IndexOf(const Network& network, const Interaction* interaction) {
+  return static_cast<std::uint32_t>(interaction - network.interactions().data());
+}
+
+// The steps a path may take, precomputed once per search: for every molecule the
+// neighbours it may step to (in neighbour order), each with the interaction the step uses
+// and whether that interaction inhibits.
+class StepGraph {
+ public:
+  struct Step {
+    MoleculeId to;
+    std::uint32_t interaction;
+    bool negative;
+  };
+
+  StepGraph(const Network& network, bool directOnly) {
+    const std::size_t n = network.moleculeCount();
+    start_.reserve(n + 1);
+    start_.push_back(0);
+    for (MoleculeId u = 1; u <= n; ++u) {
+      for (const MoleculeId y : network.neighbours(u)) {
+        if (!CanStep(network, u, y, directOnly)) continue;
+        const std::uint32_t index = StepInteraction(network, u, y);
+        steps_.push_back({y, index, network.interactions()[index].effect == "_"});
+      }
+      start_.push_back(steps_.size());
+    }
+  }
+
+  std::size_t begin(MoleculeId id) const { return start_[id - 1]; }
+  std::size_t end(MoleculeId id) const { return start_[id]; }
+  const Step& step(std::size_t k) const { return steps_[k]; }
+
+ private:
+  std::vector<std::size_t> start_;
+  std::vector<Step> steps_;
+};
+
+// Depth-first enumeration of simple paths over a StepGraph. One searcher serves many
+// searches; its marks are stamped per search so that nothing needs clearing in between.
+class PathSearcher {
+ public:
+  // `interrupt` is called every few thousand steps and may throw to abandon the search.
+  PathSearcher(const Network& network, const StepGraph& graph, std::function<void()> interrupt)
+      : graph_(graph),
+        onPath_(network.moleculeCount() + 1, 0),
+        usedStamp_(network.interactionCount(), 0),
+        interrupt_(std::move(interrupt)) {}
+
+  PathMap search(MoleculeId source, MoleculeId target, int steps,
+                 const std::vector<int>& stepsToTarget, std::size_t limit) {
+    PathMap map;
+    if (source == target) {
+      // The source meets the target at once: the one-molecule path, with no interactions.
+      if (steps >= 1) ++map.positivePaths;
+      return map;
+    }
+    if (steps < 2 || stepsToTarget[source - 1] < 0) return map;
+    if (++stamp_ == 0) {  // the stamp wrapped: clear the marks once
+      std::fill(usedStamp_.begin(), usedStamp_.end(), 0);
+      stamp_ = 1;
+    }
+    // The largest number of links a path may have.
+    const auto maxLinks = static_cast<std::size_t>(steps - 1);
+    frames_.clear();
+    frames_.push_back({source, graph_.begin(source), graph_.end(source), 0, 0});
+    onPath_[source] = 1;
+    std::size_t work = 0;
+    while (!frames_.empty()) {
+      Frame& top = frames_.back();
+      if (top.next == top.end) {
+        onPath_[top.molecule] = 0;
+        frames_.pop_back();
+        continue;
+      }
+      if (++work % kInterruptEvery == 0) interrupt_();
+      const StepGraph::Step& step = graph_.step(top.next++);
+      if (onPath_[step.to]) continue;
+      const int remaining = stepsToTarget[step.to - 1];
+      // Links used so far, this one, and the fewest the target can still be reached in.
+      const std::size_t links = frames_.size() - 1;
+      if (remaining < 0 || links + 1 + static_cast<std::size_t>(remaining) > maxLinks) continue;
+      const int negatives = top.negatives + (step.negative ? 1 : 0);
+      if (step.to == target) {
+        for (std::size_t k = 1; k < frames_.size(); ++k) use(frames_[k].via, map);
+        use(step.interaction, map);
+        ++(negatives % 2 == 1 ? map.negativePaths : map.positivePaths);
+        if (map.interactions.size() > limit) {
+          map.exceeded = true;
+          for (const Frame& f : frames_) onPath_[f.molecule] = 0;
+          frames_.clear();
+          return map;
+        }
+        continue;  // a path does not run on through the target
+      }
+      frames_.push_back(
+          {step.to, graph_.begin(step.to), graph_.end(step.to), step.interaction, negatives});
+      onPath_[step.to] = 1;
+    }
+    return map;
+  }
+
+ private:
+  static constexpr std::size_t kInterruptEvery = 4096;
+
+  struct Frame {
+    MoleculeId molecule;
+    std::size_t next;  // next step of `molecule` to try
+    std::size_t end;
+    std::uint32_t via;  // the interaction that led here (unused for the source)
+    int negatives;      // inhibiting interactions on the path up to here
+  };
+
+  void use(std::uint32_t interaction, PathMap& map) {
+    if (usedStamp_[interaction] == stamp_) return;
+    usedStamp_[interaction] = stamp_;
+    map.interactions.push_back(interaction);
+  }
+
+  const StepGraph& graph_;
+  std::vector<std::uint8_t> onPath_;  // indexed by id
+  std::vector<std::uint32_t> usedStamp_;
+  std::uint32_t stamp_ = 0;
+  std::vector<Frame> frames_;
+  std::function<void()> interrupt_;
+};
+
+// Shared by the worker threads: progress reports and cancellation, under one lock.
+class SearchMonitor {
+ public:
+  explicit SearchMonitor(Progress& progress) : progress_(progress) {}
+
+  void report(std::size_t done, std::size_t total, const std::string& text) {
+    std::lock_guard lock(mutex_);
+    progress_.report(done, total, text);
+  }
+
+  // Throws Cancelled when the user stopped the search or another thread failed.
+  void check() {
+    if (stop_.load(std::memory_order_relaxed)) throw Cancelled();
+    bool cancelled = false;
+    {
+      std::lock_guard lock(mutex_);
+      cancelled = progress_.cancelled();
+    }
+    if (cancelled) {
+      stop_ = true;
+      throw Cancelled();
+    }
+  }
+
+  void stop() { stop_ = true; }
+
+ private:
+  Progress& progress_;
+  std::mutex mutex_;
+  std::atomic<bool> stop_{false};
+};
+
+}  // namespace
+
+PathwayQuery PathwayQuery::Default() {
+  PathwayQuery q;
+  q.sources.push_back({ConditionKind::Type, "Ligand"});
+  q.targets.push_back({ConditionKind::Type, "TF"});
+  q.maxSteps = 9;
+  q.maxSize = 70;
+  return q;
+}
+
+PathwayQuery PathwayQuery::Easy(std::string source, std::string target, bool directOnly) {
+  PathwayQuery q;
+  q.sources.push_back({ConditionKind::Name, std::move(source)});
+  q.targets.push_back({ConditionKind::Name, std::move(target)});
+  q.maxSteps = 8;
+  q.maxSize = 50;
+  q.directOnly = directOnly;
+  return q;
+}
+
+bool PathwayQuery::isSource(const Molecule& m) const {
+  return MatchesAny(sources, m);
+}
+
+bool PathwayQuery::isTarget(const Molecule& m) const {
+  return MatchesAny(targets, m);
+}
+
+bool CanStep(const Network& network, MoleculeId from, MoleculeId to, bool directOnly) {
+  if (from == to) return false;
+  if (const Interaction* i = network.findInteraction(from, to)) {
+    if (!directOnly || i->isSigned()) return true;
+  }
+  if (directOnly) return false;
+  const Interaction* back = network.findInteraction(to, from);
+  return back != nullptr && back->isNeutral();
+}
+
+std::uint32_t StepInteraction(const Network& network, MoleculeId a, MoleculeId b) {
+  if (const Interaction* i = network.findInteraction(a, b)) return IndexOf(network, i);
+  return IndexOf(network, network.findInteraction(b, a));
+}
+
+std::vector<int> StepsToTarget(const Network& network, MoleculeId target, bool directOnly) {
+  std::vector<int> steps(network.moleculeCount(), -1);
+  if (target == 0 || target > network.moleculeCount()) return steps;
+  std::vector<MoleculeId> queue{target};
+  steps[target - 1] = 0;
+  const auto reach = [&](MoleculeId x, int distance) {
+    if (steps[x - 1] >= 0) return;
+    steps[x - 1] = distance;
+    queue.push_back(x);
+  };
+  for (std::size_t head = 0; head < queue.size(); ++head) {
+    const MoleculeId y = queue[head];
+    const int next = steps[y - 1] + 1;
+    const auto& all = network.interactions();
+    // X may step to Y over an interaction X -> Y ...
+    for (const std::uint32_t k : network.incoming(y)) {
+      const Interaction& i = all[k];
+      if (i.source == y || (directOnly && i.isNeutral())) continue;
+      reach(i.source, next);
+    }
+    // ... or, walking neutral links backwards, over a neutral interaction Y -> X.
+    if (directOnly) continue;
+    for (const std::uint32_t k : network.outgoing(y)) {
+      const Interaction& i = all[k];
+      if (i.target == y || !i.isNeutral()) continue;
+      reach(i.target, next);
+    }
+  }
+  return steps;
+}
+
+PathMap FindPathMap(const Network& network, MoleculeId source, MoleculeId target, int steps,
+                    bool directOnly, const std::vector<int>& stepsToTarget, std::size_t limit) {
+  const StepGraph graph(network, directOnly);
+  PathSearcher searcher(network, graph, [] {});
+  return searcher.search(source, target, steps, stepsToTarget, limit);
+}
+
+std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQuery& query,
+                                        Progress& progress, unsigned threads) {
+  ThrowIfCancelled(progress);
+  std::vector<MoleculeId> sources;
+  std::vector<MoleculeId> targets;
+  for (const Molecule& m : network.molecules()) {
+    if (query.isSource(m)) sources.push_back(m.id);
+    if (query.isTarget(m)) targets.push_back(m.id);
+  }
+  if (sources.empty() || targets.empty() || query.maxSteps < 2) return {};
+  const std::size_t limit = static_cast<std::size_t>(std::max(query.maxSize, 0));
+
+  const StepGraph graph(network, query.directOnly);
+  SearchMonitor monitor(progress);
+  std::atomic<std::size_t> nextTarget{0};
+  std::atomic<std::size_t> targetsDone{0};
+  const std::size_t total = targets.size();
+
+  // Each worker takes whole targets: one backward search serves all sources of a target.
+  const auto work = [&](std::vector<PathwayMap>& kept) {
+    PathSearcher searcher(network, graph, [&monitor] { monitor.check(); });
+    for (std::size_t t = nextTarget.fetch_add(1); t < total; t = nextTarget.fetch_add(1)) {
+      monitor.check();
+      const MoleculeId target = targets[t];
+      const std::vector<int> toTarget = StepsToTarget(network, target, query.directOnly);
+      for (const MoleculeId source : sources) {
+        const int fewest = toTarget[source - 1];
+        if (source == target || fewest < 0 || fewest > query.maxSteps - 1) continue;
+        PathMap previous;
+        for (int steps = 2; steps <= query.maxSteps; ++steps) {
+          monitor.report(targetsDone.load(), total,
+                         "Searching for pathways from " + network.nameOf(source) + " to " +
+                             network.nameOf(target) + " in " + std::to_string(steps) +
+                             " steps... ");
+          PathMap map = searcher.search(source, target, steps, toTarget, limit);
+          if (map.exceeded) {
+            // The map outgrew the size limit: keep the one of the step count before, if any.
+            if (steps > 2) kept.push_back({source, target, steps - 1, std::move(previous)});
+            break;
+          }
+          previous = std::move(map);
+        }
+      }
+      targetsDone.fetch_add(1);
+    }
+  };
+
+  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
+  threads = static_cast<unsigned>(std::min<std::size_t>(threads, total));
+  std::vector<std::vector<PathwayMap>> perThread(threads);
+  if (threads <= 1) {
+    work(perThread[0]);
+  } else {
+    std::vector<std::exception_ptr> errors(threads);
+    {
+      std::vector<std::jthread> pool;
+      pool.reserve(threads);
+      for (unsigned k = 0; k < threads; ++k) {
+        pool.emplace_back([&, k] {
+          try {
+            work(perThread[k]);
+          } catch (...) {
+            errors[k] = std::current_exception();
+            monitor.stop();
+          }
+        });
+      }
+    }  // the pool joins here
+    // A real failure wins over the Cancelled that the other threads threw after it.
+    std::exception_ptr cancelled;
+    for (const std::exception_ptr& e : errors) {
+      if (!e) continue;
+      try {
+        std::rethrow_exception(e);
+      } catch (const Cancelled&) {
+        cancelled = e;
+      } catch (...) {
+        throw;
+      }
+    }
+    if (cancelled) std::rethrow_exception(cancelled);
+  }
+
+  std::vector<PathwayMap> maps;
+  for (auto& part : perThread) {
+    std::move(part.begin(), part.end(), std::back_inserter(maps));
+  }
+  std::sort(maps.begin(), maps.end(), [](const PathwayMap& a, const PathwayMap& b) {
+    return std::pair(a.source, a.target) < std::pair(b.source, b.target);
+  });
+  return maps;
+}
+
+}  // namespace tessel
