@@ -1,20 +1,27 @@
 #include "app/cli/commands.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <random>
 #include <stdexcept>
 
 #include "analysis/statistics.h"
 #include "analysis/validation.h"
 #include "app/cli/terminal_progress.h"
+#include "derived/shuffle.h"
+#include "derived/subnetworks.h"
 #include "model/color_table.h"
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
 #include "output/drawing.h"
 #include "output/exports.h"
 #include "output/matrix.h"
+#include "pathways/pathway_pages.h"
+#include "util/text.h"
 
 namespace tessel::cli {
 namespace fs = std::filesystem;
@@ -232,6 +239,207 @@ int RunMatrix(const CommonOptions& options, std::string to, int size) {
   } else {
     std::cout << "Interactions matrix of " << network.moleculeCount() << " molecules: " << to
               << "\n";
+  }
+  return 0;
+}
+
+int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptions) {
+  const Loaded loaded = Load(options);
+  const Network& network = loaded.network;
+  PathwayQuery query;
+  if (!pathwayOptions.easy.empty()) {
+    for (const std::string& name : pathwayOptions.easy) {
+      if (network.findId(name) == 0) {
+        throw std::invalid_argument("no molecule named \"" + name + "\" in " + options.network);
+      }
+    }
+    query = PathwayQuery::Easy(pathwayOptions.easy.at(0), pathwayOptions.easy.at(1),
+                               pathwayOptions.directOnly);
+  } else {
+    query = PathwayQuery::Default();
+    if (!pathwayOptions.sources.empty()) query.sources.clear();
+    for (const std::string& c : pathwayOptions.sources) query.sources.push_back(ParseCondition(c));
+    if (!pathwayOptions.targets.empty()) query.targets.clear();
+    for (const std::string& c : pathwayOptions.targets) query.targets.push_back(ParseCondition(c));
+    query.maxSteps = pathwayOptions.maxSteps;
+    query.maxSize = pathwayOptions.maxSize;
+    query.directOnly = pathwayOptions.directOnly;
+  }
+  TerminalProgress progress(!options.quiet);
+  const PathwayCommandResult result = RunPathwayCommand(
+      network, loaded.colors, query, options.output, progress, pathwayOptions.threads);
+  progress.finish();
+  if (options.json) {
+    Json maps = Json::array();
+    for (std::size_t k = 0; k < result.maps.size(); ++k) {
+      const PathwayMap& m = result.maps[k];
+      maps.push_back({{"source", network.nameOf(m.source)},
+                      {"target", network.nameOf(m.target)},
+                      {"steps", m.steps},
+                      {"interactions", m.map.interactions.size()},
+                      {"positive_paths", m.map.positivePaths},
+                      {"negative_paths", m.map.negativePaths},
+                      {"page", (result.folder / (result.baseNames[k] + ".htm")).string()}});
+    }
+    Json j{{"maps", maps}, {"folder", result.folder.string()}};
+    j["form"] = result.maps.empty() ? Json(nullptr) : Json(result.form.string());
+    if (result.maps.empty()) j["message"] = kNoPathwaysMessage;
+    Print(j);
+  } else if (result.maps.empty()) {
+    std::cout << kNoPathwaysMessage << "\n";
+  } else {
+    for (std::size_t k = 0; k < result.maps.size(); ++k) {
+      const PathwayMap& m = result.maps[k];
+      std::cout << network.nameOf(m.source) << " to " << network.nameOf(m.target) << ": "
+                << m.map.interactions.size() << " interactions in " << m.steps << " steps\n";
+    }
+    std::cout << "Done generating pathways... " << result.maps.size()
+              << " maps; query form: " << result.form.string() << "\n";
+  }
+  return 0;
+}
+
+namespace {
+
+Json ComparisonJson(const std::vector<std::string>& titles, const std::vector<double>& network,
+                    const std::vector<std::vector<double>>& random) {
+  Json columns = Json::object();
+  for (std::size_t c = 0; c < titles.size(); ++c) {
+    std::vector<double> values;
+    values.reserve(random.size());
+    for (const auto& row : random) values.push_back(row.at(c));
+    const Comparison cmp = Compare(network.at(c), values);
+    columns[titles[c]] = {{"network", cmp.value},
+                          {"mean", cmp.mean},
+                          {"sd", cmp.sd},
+                          {"z", cmp.hasZ ? Json(cmp.z) : Json(nullptr)}};
+  }
+  return columns;
+}
+
+void PrintComparison(const std::vector<std::string>& titles, const std::vector<double>& network,
+                     const std::vector<std::vector<double>>& random) {
+  std::cout << std::left << std::setw(16) << "column" << std::right << std::setw(14) << "network"
+            << std::setw(14) << "random mean" << std::setw(12) << "random sd" << std::setw(10)
+            << "z"
+            << "\n";
+  for (std::size_t c = 0; c < titles.size(); ++c) {
+    std::vector<double> values;
+    for (const auto& row : random) values.push_back(row.at(c));
+    const Comparison cmp = Compare(network.at(c), values);
+    std::cout << std::left << std::setw(16) << titles[c] << std::right << std::setw(14)
+              << FormatNumber(cmp.value) << std::setw(14) << FormatNumber(cmp.mean) << std::setw(12)
+              << FormatNumber(cmp.sd) << std::setw(10)
+              << (cmp.hasZ ? FormatNumber(std::round(cmp.z * 100) / 100) : std::string("-"))
+              << "\n";
+  }
+}
+
+// One table row as an object: the label's key and value, then one key per column.
+Json FigureRowJson(const std::vector<std::string>& titles, const std::vector<double>& values,
+                   Json row) {
+  for (std::size_t c = 0; c < titles.size() && c < values.size(); ++c) row[titles[c]] = values[c];
+  return row;
+}
+
+}  // namespace
+
+int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOptions) {
+  ShuffleSettings settings;
+  settings.kind = ParseShuffleKind(shuffleOptions.kind);
+  settings.count = shuffleOptions.count;
+  settings.maintainOneIsland = shuffleOptions.oneIsland;
+  settings.islandTries = shuffleOptions.islandTries;
+  settings.passes = shuffleOptions.passes;
+  settings.threads = shuffleOptions.threads;
+  settings.columns = {false, false, false};
+  for (const std::string& a : shuffleOptions.analyze) {
+    if (a == "clustering") settings.columns.clustering = true;
+    if (a == "motifs34") settings.columns.motifs34 = true;
+    if (a == "motifs5") settings.columns.motifs5 = true;
+  }
+  settings.analyze = settings.columns.any();
+  settings.seed = shuffleOptions.seed ? *shuffleOptions.seed : std::random_device{}();
+  const Network network = Load(options).network;
+  if (!options.quiet && !options.json) std::cerr << "tessel: seed " << settings.seed << "\n";
+  TerminalProgress progress(!options.quiet);
+  const ShuffleResult result = RunShuffleCommand(network, settings, options.output, progress);
+  progress.finish();
+  if (options.json) {
+    Json j{{"seed", settings.seed},
+           {"kind", shuffleOptions.kind},
+           {"count", settings.count},
+           {"folder", result.folder.string()},
+           {"files", result.files.size()}};
+    j["page"] = result.page.empty() ? Json(nullptr) : Json(result.page.string());
+    if (!result.page.empty()) {
+      j["columns"] = ComparisonJson(result.titles, result.networkValues, result.random);
+    }
+    Print(j);
+  } else {
+    std::cout << "Seed: " << settings.seed << "\nCreated " << result.files.size()
+              << " random networks in " << result.folder.string() << "\n";
+    if (!result.page.empty()) {
+      PrintComparison(result.titles, result.networkValues, result.random);
+      std::cout << "Done analyzing shuffled networks: " << result.page.string() << "\n";
+    } else {
+      std::cout << "Done creating shuffled networks\n";
+    }
+  }
+  return 0;
+}
+
+int RunReduce(const CommonOptions& options, unsigned threads) {
+  const Network network = Load(options).network;
+  TerminalProgress progress(!options.quiet);
+  const ReduceResult result = RunReduceCommand(network, options.output, progress, threads);
+  progress.finish();
+  if (options.json) {
+    Json rows = Json::array();
+    for (std::size_t r = 0; r < result.rows.size(); ++r) {
+      const int k = kFirstAllowedConnectivity + static_cast<int>(r);
+      rows.push_back(FigureRowJson(result.titles, result.rows[r], Json{{"allowed", k}}));
+    }
+    Print(Json{{"folder", result.folder.string()},
+               {"page", result.page.string()},
+               {"files", result.files.size()},
+               {"rows", rows}});
+  } else {
+    std::cout << "Created " << result.files.size() << " sub-networks in " << result.folder.string()
+              << "\nDone analyzing sub-networks based on connectivity: " << result.page.string()
+              << "\n";
+  }
+  return 0;
+}
+
+int RunPropagate(const CommonOptions& options, const PropagateOptions& propagateOptions) {
+  PropagateSettings settings;
+  settings.condition = ParseCondition(propagateOptions.condition);
+  settings.maxSteps = propagateOptions.steps;
+  settings.direction = ParseDirection(propagateOptions.direction);
+  settings.threads = propagateOptions.threads;
+  const Network network = Load(options).network;
+  TerminalProgress progress(!options.quiet);
+  const PropagateResult result = RunPropagateCommand(network, settings, options.output, progress);
+  progress.finish();
+  if (options.json) {
+    Json sources = Json::array();
+    for (const PropagatedSource& s : result.sources) {
+      Json rows = Json::array();
+      for (std::size_t r = 0; r < s.depths.size(); ++r) {
+        rows.push_back(FigureRowJson(result.titles, s.rows[r], Json{{"steps", s.depths[r]}}));
+      }
+      sources.push_back({{"name", s.name}, {"rows", rows}});
+    }
+    Print(Json{{"folder", result.folder.string()},
+               {"stats_page", result.statsPage.string()},
+               {"dips_page", result.dipsPage.string()},
+               {"files", result.files.size()},
+               {"sources", sources}});
+  } else {
+    std::cout << "Sources: " << result.sources.size() << "\nCreated " << result.files.size()
+              << " sub-networks in " << result.folder.string()
+              << "\nDone analyzing steps sub-networks: " << result.statsPage.string() << "\n";
   }
   return 0;
 }

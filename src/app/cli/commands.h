@@ -3,6 +3,8 @@
 // JSON object with --json). Errors are thrown; main() turns them into messages.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,5 +33,38 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);
 int RunDraw(const CommonOptions& options, const std::string& base);
 int RunExport(const CommonOptions& options, const std::string& format, std::string to);
 int RunMatrix(const CommonOptions& options, std::string to, int size);
+
+struct PathwayOptions {
+  std::vector<std::string> sources;  // KIND=VALUE; empty: Type=Ligand
+  std::vector<std::string> targets;  // KIND=VALUE; empty: Type=TF
+  int maxSteps = 9;
+  int maxSize = 70;
+  bool directOnly = false;
+  std::vector<std::string> easy;  // SOURCE TARGET: the easy interface's query
+  unsigned threads = 0;
+};
+int RunPathways(const CommonOptions& options, const PathwayOptions& pathways);
+
+struct ShuffleOptions {
+  std::string kind = "swap";
+  int count = 100;
+  bool oneIsland = false;
+  int islandTries = 100;
+  std::vector<std::string> analyze{"clustering"};  // clustering, motifs34, motifs5, none
+  int passes = 10;
+  std::optional<std::uint64_t> seed;
+  unsigned threads = 0;
+};
+int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffle);
+
+int RunReduce(const CommonOptions& options, unsigned threads);
+
+struct PropagateOptions {
+  std::string condition;  // KIND=VALUE
+  int steps = 15;
+  std::string direction = "forward";
+  unsigned threads = 0;
+};
+int RunPropagate(const CommonOptions& options, const PropagateOptions& propagate);
 
 }  // namespace tessel::cli

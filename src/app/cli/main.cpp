@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/cli/commands.h"
+#include "model/molecule_condition.h"
 #include "util/error.h"
 #include "util/progress.h"
 
@@ -21,6 +22,18 @@ void AddCommonOptions(CLI::App& command, CommonOptions& options) {
   command.add_flag("-q,--quiet", options.quiet, "no progress or notes on stderr");
 }
 
+// Checks a KIND=VALUE molecule condition at parse time, so that a bad one is a usage error.
+const CLI::Validator kConditionCheck(
+    [](std::string& text) -> std::string {
+      try {
+        tessel::ParseCondition(text);
+      } catch (const std::exception& e) {
+        return e.what();
+      }
+      return {};
+    },
+    "KIND=VALUE", "condition");
+
 std::string OneLine(std::string text) {
   for (char& c : text) {
     if (c == '\n' || c == '\r') c = ' ';
@@ -36,7 +49,8 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", std::string("tessel ") + TESSEL_VERSION);
   app.require_subcommand(1);
 
-  CommonOptions stats, validate, save, motifs, draw, exportOptions, matrix;
+  CommonOptions stats, validate, save, motifs, draw, exportOptions, matrix, pathways, shuffle,
+      reduce, propagate;
 
   auto* statsCmd = app.add_subcommand("stats", "network statistics: writes stats.htm");
   AddCommonOptions(*statsCmd, stats);
@@ -58,6 +72,7 @@ int main(int argc, char** argv) {
                    "comma-separated: fbl3,fbl4,fbl5,ffl3,ffl4,bifan,scaffold "
                    "(default: all but fbl5)")
       ->delimiter(',')
+      ->allow_extra_args(false)
       ->check(CLI::IsMember({"fbl3", "fbl4", "fbl5", "ffl3", "ffl4", "bifan", "scaffold"}));
   motifsCmd->add_flag("--no-drawings", motifOptions.noDrawings,
                       "write the pages without a drawing per motif");
@@ -87,6 +102,94 @@ int main(int argc, char** argv) {
   matrixCmd->add_option("--size", matrixSize, "image width and height in pixels")
       ->check(CLI::Range(16, 8192));
 
+  PathwayOptions pathwayOptions;
+  auto* pathwaysCmd = app.add_subcommand(
+      "pathways", "pathway maps from source to target molecules: writes TESSEL_pg/");
+  AddCommonOptions(*pathwaysCmd, pathways);
+  pathwaysCmd
+      ->add_option("--source", pathwayOptions.sources,
+                   "source condition KIND=VALUE, KIND one of Type, Location, Name; up to four, "
+                   "any may match (default: Type=Ligand)")
+      ->allow_extra_args(false)
+      ->check(kConditionCheck);
+  pathwaysCmd
+      ->add_option("--target", pathwayOptions.targets,
+                   "target condition KIND=VALUE; up to four, any may match (default: Type=TF)")
+      ->allow_extra_args(false)
+      ->check(kConditionCheck);
+  pathwaysCmd
+      ->add_option("--max-steps", pathwayOptions.maxSteps,
+                   "most molecules on a path, both ends counted (default: 9)")
+      ->check(CLI::Range(2, 1000));
+  pathwaysCmd
+      ->add_option("--max-size", pathwayOptions.maxSize,
+                   "map-size threshold in interactions (default: 70)")
+      ->check(CLI::Range(1, 1000000));
+  pathwaysCmd->add_flag("--direct-only", pathwayOptions.directOnly,
+                        "include only direct interactions (neutral links are not walked)");
+  auto* easyOption =
+      pathwaysCmd
+          ->add_option("--easy", pathwayOptions.easy,
+                       "SOURCE TARGET: one source and one target by name, 8 steps, size 50")
+          ->expected(2);
+  pathwaysCmd->add_option("--threads", pathwayOptions.threads, "worker threads (default: all)");
+
+  ShuffleOptions shuffleOptions;
+  std::uint64_t shuffleSeed = 0;
+  auto* shuffleCmd = app.add_subcommand(
+      "shuffle", "shuffled and random networks, analysed: writes TESSEL_shuffled_nets/");
+  AddCommonOptions(*shuffleCmd, shuffle);
+  shuffleCmd
+      ->add_option("--kind", shuffleOptions.kind,
+                   "swap (swap targets, keeps degrees), effects (shuffle effects) or er "
+                   "(Erdos-Renyi); default: swap")
+      ->check(CLI::IsMember({"swap", "effects", "er"}));
+  shuffleCmd->add_option("--count", shuffleOptions.count, "how many networks (default: 100)")
+      ->check(CLI::Range(1, 1000000));
+  shuffleCmd->add_flag("--one-island", shuffleOptions.oneIsland,
+                       "keep only networks of one island (swap and er)");
+  shuffleCmd
+      ->add_option("--island-tries", shuffleOptions.islandTries,
+                   "tries per network before --one-island gives up (default: 100)")
+      ->check(CLI::Range(1, 1000000));
+  shuffleCmd
+      ->add_option("--analyze", shuffleOptions.analyze,
+                   "comma-separated: clustering, motifs34, motifs5, or none "
+                   "(default: clustering)")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember({"clustering", "motifs34", "motifs5", "none"}));
+  shuffleCmd->add_option("--passes", shuffleOptions.passes, "swap passes (default: 10)")
+      ->check(CLI::Range(1, 100000));
+  auto* seedOption = shuffleCmd->add_option("--seed", shuffleSeed,
+                                            "random seed (default: a random one, reported)");
+  shuffleCmd->add_option("--threads", shuffleOptions.threads, "worker threads (default: all)");
+
+  unsigned reduceThreads = 0;
+  auto* reduceCmd = app.add_subcommand(
+      "reduce", "sub-networks without hubs (4 to 50 links), analysed: writes TESSEL_reduced/");
+  AddCommonOptions(*reduceCmd, reduce);
+  reduceCmd->add_option("--threads", reduceThreads, "worker threads (default: all)");
+
+  PropagateOptions propagateOptions;
+  auto* propagateCmd = app.add_subcommand(
+      "propagate",
+      "sub-networks grown step by step from source molecules: writes TESSEL_from_sources/");
+  AddCommonOptions(*propagateCmd, propagate);
+  propagateCmd
+      ->add_option("--condition", propagateOptions.condition,
+                   "the sources: Type=VALUE, Location=VALUE or Name=VALUE")
+      ->required()
+      ->check(kConditionCheck);
+  propagateCmd
+      ->add_option("--steps", propagateOptions.steps, "largest number of steps (default: 15)")
+      ->check(CLI::Range(1, 100000));
+  propagateCmd
+      ->add_option("--direction", propagateOptions.direction,
+                   "forward or reverse (default: forward)")
+      ->check(CLI::IsMember({"forward", "reverse"}, CLI::ignore_case));
+  propagateCmd->add_option("--threads", propagateOptions.threads, "worker threads (default: all)");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -102,6 +205,24 @@ int main(int argc, char** argv) {
     if (*drawCmd) return RunDraw(draw, drawBase);
     if (*exportCmd) return RunExport(exportOptions, exportFormat, exportTo);
     if (*matrixCmd) return RunMatrix(matrix, matrixTo, matrixSize);
+    if (*pathwaysCmd) {
+      if (pathwayOptions.sources.size() > 4 || pathwayOptions.targets.size() > 4) {
+        std::cerr << "tessel: error: at most four --source and four --target conditions\n";
+        return 2;
+      }
+      if (*easyOption && (!pathwayOptions.sources.empty() || !pathwayOptions.targets.empty())) {
+        std::cerr << "tessel: error: --easy names its source and target; leave out --source "
+                     "and --target\n";
+        return 2;
+      }
+      return RunPathways(pathways, pathwayOptions);
+    }
+    if (*shuffleCmd) {
+      if (*seedOption) shuffleOptions.seed = shuffleSeed;
+      return RunShuffle(shuffle, shuffleOptions);
+    }
+    if (*reduceCmd) return RunReduce(reduce, reduceThreads);
+    if (*propagateCmd) return RunPropagate(propagate, propagateOptions);
   } catch (const tessel::Cancelled&) {
     std::cerr << "tessel: cancelled\n";
     return 1;
