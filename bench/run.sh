@@ -25,7 +25,8 @@ section "Configure and build (Release, $build)"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTESSEL_BUILD_TESTS=OFF \
   -DTESSEL_BUILD_BENCH=ON >/dev/null
 missing=()
-for target in tessel-generate load_bench stats_bench motifs_bench tessel; do
+for target in tessel-generate load_bench stats_bench motifs_bench shuffle_bench pathways_bench \
+  tessel; do
   if ! ninja -C "$build" -j "$jobs" "$target" >"$results/build-$target.log" 2>&1; then
     echo "could not build $target (see $results/build-$target.log); skipped"
     missing+=("$target")
@@ -88,6 +89,18 @@ if built motifs_bench; then
     --benchmark_out="$results/motifs.json" --benchmark_out_format=json
 fi
 
+if built shuffle_bench; then
+  section "100 swap networks of 2,000 molecules, analysed (shuffle_bench)"
+  "$build/bin/shuffle_bench" "${bench_args[@]}" --benchmark_out="$results/shuffle.json" \
+    --benchmark_out_format=json
+fi
+
+if built pathways_bench; then
+  section "Pathway maps on the example network (pathways_bench)"
+  "$build/bin/pathways_bench" "${bench_args[@]}" --benchmark_out="$results/pathways.json" \
+    --benchmark_out_format=json
+fi
+
 if built tessel; then
   section "tessel stats end to end ($runs runs)"
   out=$(mktemp -d)
@@ -97,10 +110,11 @@ if built tessel; then
     echo "tessel stats failed"
 fi
 
-section "Summary (medians; targets: load < 3 s and < 1.5 GB, statistics < 5 s)"
+section "Summary (medians; targets: load < 3 s and < 1.5 GB, statistics < 5 s, 100 shuffled networks < 60 s, pathways < 10 s)"
 py=/usr/bin/python3
 if [[ -x $py ]]; then
-  "$py" - "$results"/load-*.json "$results"/stats.json <<'PY'
+  "$py" - "$results"/load-*.json "$results"/stats.json "$results"/shuffle.json \
+    "$results"/pathways.json <<'PY'
 import json, os, sys
 for path in sys.argv[1:]:
     if not os.path.exists(path):

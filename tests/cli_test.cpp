@@ -190,5 +190,68 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   EXPECT_EQ(test::ReadFile(fs::path(out) / "interactions_matrix.png").substr(1, 3), "PNG");
 }
 
+TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
+  test::ScratchDir dir;
+  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+
+  // The same seed gives the same files; the comparison has one entry per column.
+  std::string first;
+  for (const char* out : {"a", "b"}) {
+    const RunResult r = RunTessel(dir, {"shuffle", "--json", "-q", "--count", "4", "--seed", "9",
+                                        "--analyze", "clustering,motifs34", "-o", out, lbc});
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["seed"], 9);
+    EXPECT_EQ(j["files"], 4);
+    EXPECT_EQ(j["columns"]["interactions"]["network"], 59);
+    EXPECT_EQ(j["columns"]["interactions"]["sd"], 0);  // swaps keep the number of links
+    EXPECT_TRUE(j["columns"]["interactions"]["z"].is_null());
+    EXPECT_TRUE(j["columns"].contains("NFFL4"));
+    const std::string text =
+        test::ReadFile(dir / out / "TESSEL_shuffled_nets" / "random_milo_4.sig");
+    if (first.empty()) {
+      first = text;
+    } else {
+      EXPECT_EQ(text, first);
+    }
+  }
+  // Without --seed a seed is chosen and reported.
+  RunResult r = RunTessel(
+      dir, {"shuffle", "--kind", "er", "--count", "1", "--analyze", "none", "-o", "c", lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(r.err.find("seed "), std::string::npos);
+  EXPECT_TRUE(fs::exists(dir / "c" / "TESSEL_shuffled_nets" / "random_er_1.sig"));
+  EXPECT_FALSE(fs::exists(dir / "c" / "TESSEL_shuffled_nets" / "shuffled_networks_analysis.htm"));
+
+  // Pathways: a query without a map says so and succeeds; bad conditions are usage errors.
+  r = RunTessel(dir, {"pathways", "-q", "--source", "Name=EGF", "--target", "Name=NOPE", lbc});
+  EXPECT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(r.out.find("No pathways with the following query were found!"), std::string::npos);
+  EXPECT_EQ(RunTessel(dir, {"pathways", "--source", "Colour=red", lbc}).exitCode, 2);
+  EXPECT_EQ(RunTessel(dir, {"pathways", "--easy", "EGF", lbc}).exitCode, 2);
+  EXPECT_EQ(RunTessel(dir, {"pathways", "-q", "--easy", "NOPE", "TP53", lbc}).exitCode, 1);
+  r = RunTessel(dir, {"pathways", "--json", "-q", "--source", "Type=Receptor", "--target",
+                      "Type=TF", "--max-size", "5", "-o", "pg", lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto maps = nlohmann::json::parse(r.out)["maps"];
+  ASSERT_FALSE(maps.empty());
+  for (const auto& m : maps) EXPECT_TRUE(fs::exists(dir / m["page"].get<std::string>()));
+  EXPECT_TRUE(fs::exists(dir / "pg" / "TESSEL_pg" / "form.htm"));
+
+  r = RunTessel(dir, {"reduce", "--json", "-q", "-o", "red", lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto reduced = nlohmann::json::parse(r.out);
+  EXPECT_EQ(reduced["files"], 47);
+  EXPECT_EQ(reduced["rows"].back()["allowed"], 50);
+
+  r = RunTessel(dir, {"propagate", "--json", "-q", "--condition", "Type=Receptor", "--steps", "3",
+                      "-o", "prop", lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto propagated = nlohmann::json::parse(r.out);
+  EXPECT_FALSE(propagated["sources"].empty());
+  EXPECT_TRUE(fs::exists(dir / propagated["dips_page"].get<std::string>()));
+  EXPECT_EQ(RunTessel(dir, {"propagate", "--condition", "Type", lbc}).exitCode, 2);
+}
+
 }  // namespace
 }  // namespace tessel
