@@ -1,0 +1,204 @@
+// The web site: golden pages of a small network with cached PubMed records, compartment
+// rules, plain and navigable drawings, hostile names, balanced markup and offline runs.
+#include <gtest/gtest.h>
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "model/readers.h"
+#include "output/website.h"
+#include "test_support.h"
+#include "util/safe_name.h"
+
+namespace tessel {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ReadFile;
+
+// A tree around EGFR and GRB2 plus the triangle GRB2-JUN-CASP3. EGF and EGFR cite two
+// records of the cache, TNF -> EGFR an id the cache does not hold; EGFR also acts on itself.
+// TNF is a Ligand at the Membrane and CHX a Channel in Vesicles.
+constexpr const char* kSmallSig =
+    "EGF P0113 NA Ligand Extracellular EGFR P00533 Q01279 Receptor Membrane + Binding 19008416\n"
+    "EGF P0113 NA Ligand Extracellular EGFR P00533 Q01279 Receptor Membrane + Binding 18927361\n"
+    "EGFR P00533 Q01279 Receptor Membrane GRB2 P62993 NA Adapter Cytosol + Binding 18787170\n"
+    "TNF NA NA Ligand Membrane EGFR P00533 Q01279 Receptor Membrane _ Inhibition 424242\n"
+    "GRB2 P62993 NA Adapter Cytosol JUN P05412 A0A0B4J2F0 TF Nucleus + Transcription 18487186\n"
+    "GRB2 P62993 NA Adapter Cytosol CHX NA NA Channel Vesicles 0 Binding 18239126\n"
+    "CASP3 P42574 NA Protease Cytosol GRB2 P62993 NA Adapter Cytosol _ Cleavage 18239125\n"
+    "EGFR P00533 Q01279 Receptor Membrane EGFR P00533 Q01279 Receptor Membrane + Auto 19008416\n"
+    "CASP3 P42574 NA Protease Cytosol JUN P05412 NA TF Nucleus _ Cleavage 18239125\n";
+
+WebsiteSettings Settings(const fs::path& cacheDir, unsigned threads = 2) {
+  WebsiteSettings s;
+  s.offline = true;
+  s.threads = threads;
+  s.services.pubmedUrl = "https://pubmed.ncbi.nlm.nih.gov/";
+  s.services.uniprotUrl = "https://www.uniprot.org/uniprotkb/";
+  s.services.cacheDir = cacheDir;
+  return s;
+}
+
+// Every file of a folder by name.
+std::map<std::string, std::string> Files(const fs::path& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    files[entry.path().filename().string()] = ReadFile(entry.path());
+  }
+  return files;
+}
+
+// "" when the tags of `page` balance (void elements aside) and every "&" starts an entity;
+// otherwise what is wrong.
+std::string MarkupProblem(const std::string& page) {
+  static const std::vector<std::string> kVoid = {"br", "embed", "img", "hr", "input", "meta"};
+  std::vector<std::string> open;
+  std::size_t htmlEnds = 0;
+  for (std::size_t i = page.find_first_of("<&"); i != std::string::npos;
+       i = page.find_first_of("<&", i + 1)) {
+    if (page[i] == '&') {
+      const std::size_t semi = page.find(';', i);
+      if (semi == std::string::npos || semi - i > 8) return "bare & at " + std::to_string(i);
+      continue;
+    }
+    const std::size_t end = page.find('>', i);
+    if (end == std::string::npos) return "unterminated tag";
+    const std::string tag = page.substr(i + 1, end - i - 1);
+    if (std::count(tag.begin(), tag.end(), '"') % 2 != 0) return "odd quotes in <" + tag + ">";
+    const bool closing = !tag.empty() && tag[0] == '/';
+    std::string name;
+    for (std::size_t k = closing ? 1 : 0; k < tag.size(); ++k) {
+      const unsigned char c = static_cast<unsigned char>(tag[k]);
+      if (!std::isalnum(c)) break;
+      name += static_cast<char>(std::tolower(c));
+    }
+    if (name.empty()) return "stray < in <" + tag + ">";
+    if (std::find(kVoid.begin(), kVoid.end(), name) != kVoid.end()) continue;
+    if (closing) {
+      if (open.empty() || open.back() != name) return "unexpected </" + name + ">";
+      open.pop_back();
+      if (name == "html") ++htmlEnds;
+    } else if (tag.back() != '/') {
+      open.push_back(name);
+    }
+  }
+  if (!open.empty()) return "unclosed <" + open.back() + ">";
+  return htmlEnds == 1 ? "" : "not one </html>";
+}
+
+// One run over the small network: golden pages, balanced markup, compartments and the
+// overview's counts.
+TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
+  test::ScratchDir dir;
+  fs::create_directories(dir / "cache");
+  const std::string records =
+      ReadFile(test::SharedDataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml");
+  for (const char* id : {"19008416", "18927361", "18787170", "18487186", "18239126", "18239125"}) {
+    test::WriteFile(dir / "cache" / (std::string(id) + ".xml"), records);
+  }
+  NullProgress quiet;
+  const Network network = ReadSigText(kSmallSig, "small.sig");
+  const WebsiteResult result = RunWebsiteCommand(network, ColorShapeTable::Defaults(),
+                                                 Settings(dir / "cache"), dir.path(), quiet);
+  auto files = Files(result.folder);
+  EXPECT_EQ(result.index, result.folder / "index.htm");
+  EXPECT_EQ(result.moleculePages, 7u);
+  EXPECT_EQ(result.references, 7u);
+  EXPECT_EQ(result.referencesShown, 6u);
+  EXPECT_TRUE(result.warnings.empty());
+  for (const char* page : {"index.htm", "list.htm", "central.htm", "EGFR.htm"}) {
+    EXPECT_EQ(files[page], ReadFile(test::GoldenDir() / (std::string("website_") + page))) << page;
+  }
+  for (const auto& [name, text] : files) {
+    if (name.ends_with(".htm")) {
+      EXPECT_EQ(MarkupProblem(text), "") << name;
+    }
+  }
+  EXPECT_EQ(files["EGF.htm"].find("Accession"), std::string::npos);  // "P0113" is too short
+  EXPECT_NE(files["JUN.htm"].find("uniprotkb/A0A0B4J2F0\">A0A0B4J2F0</A></CENTER>"),
+            std::string::npos);
+
+  const auto listed = [&](const char* page, const char* name) {
+    return files[page].find(std::string(">") + name + "</A>") != std::string::npos;
+  };
+  EXPECT_TRUE(listed("ligands.htm", "TNF") && !listed("membrane.htm", "TNF"));
+  EXPECT_TRUE(listed("vesicles.htm", "CHX") && !listed("channels.htm", "CHX"));
+  EXPECT_TRUE(listed("apoptosis.htm", "CASP3") && listed("transcription.htm", "JUN"));
+  for (const char* label :
+       {">Extracellular Ligands (2)<", ">Membrane (1)<", ">Central Signaling Network (1)<",
+        ">Secretion (1)<", ">Apoptosis (1)<", ">Translation (0)<", ">Transcription (1)<",
+        ">Cytoskeleton (0)<", ">Electrical response (0)<"}) {
+    EXPECT_NE(files["network.svg"].find(label), std::string::npos) << label;
+  }
+  EXPECT_EQ(files["network.svg"].find("navbox"), std::string::npos);
+  EXPECT_TRUE(files.contains("network.jpg") && files.contains("stats.htm") &&
+              files.contains("network.html"));
+  EXPECT_NE(files["colors_and_shapes.svg"].find(">Bcl2Family<"), std::string::npos);
+}
+
+TEST(WebsiteDrawings, NavigationFromThirteenInteractions) {
+  std::string edges;
+  for (int k = 0; k < 12; ++k) edges += "A A" + std::to_string(k) + " +\n";
+  for (int k = 0; k < 13; ++k) edges += "B" + std::to_string(k) + " B _\n";
+  const Network network = test::NetworkFromEdges(edges);
+  test::ScratchDir dir;
+  NullProgress quiet;
+  const auto result = RunWebsiteCommand(network, ColorShapeTable::Defaults(),
+                                        Settings(dir / "cache"), dir.path(), quiet);
+  EXPECT_EQ(ReadFile(result.folder / "A.svg").find("navbox"), std::string::npos);
+  EXPECT_NE(ReadFile(result.folder / "B.svg").find("navbox"), std::string::npos);
+}
+
+// Hostile names, an id missing from an empty cache, and one and three threads: the same
+// files, safe names, balanced markup, links that resolve.
+TEST(WebsiteNames, HostileNamesOfflineAndThreadCount) {
+  const Network network = test::NetworkFromEdges(
+      "../x a/b<c>&\"d' + 77\na/b<c>&\"d' .. _ 78\n.. index + 77\nindex ../x 0 79\n");
+  test::ScratchDir one;
+  test::ScratchDir three;
+  NullProgress quiet;
+  const auto colors = ColorShapeTable::Defaults();
+  const auto result =
+      RunWebsiteCommand(network, colors, Settings(one / "cache", 1), one.path(), quiet);
+  RunWebsiteCommand(network, colors, Settings(three / "cache", 3), three.path(), quiet);
+  const auto files = Files(result.folder);
+  EXPECT_EQ(files, Files(three / kWebsiteFolder));
+  EXPECT_EQ(result.references, 3u);
+  EXPECT_EQ(result.referencesShown, 0u);
+
+  const std::string page = files.at(SafeFileName("a/b<c>&\"d'") + ".htm");
+  EXPECT_NE(page.find("<H3>a/b&lt;c&gt;&amp;&quot;d&#39;</H3>"), std::string::npos);
+  EXPECT_NE(page.find("<tr><td>1. </td><td> PubMed ID: \n<A HREF=\""
+                      "https://pubmed.ncbi.nlm.nih.gov/77/\">77</A></td></tr>"),
+            std::string::npos);
+  // A molecule named like a page of the site gets a file of its own.
+  EXPECT_NE(files.at("index.htm").find("network.svg"), std::string::npos);
+  EXPECT_NE(files.at("index_.htm").find("<H3>index</H3>"), std::string::npos);
+
+  for (const auto& [name, text] : files) {
+    EXPECT_EQ(name.find_first_of("/<>&\"'\\"), std::string::npos) << name;
+    if (name.ends_with(".svg")) {
+      pugi::xml_document svg;
+      EXPECT_TRUE(svg.load_string(text.c_str())) << name;
+    }
+    if (!name.ends_with(".htm") && !name.ends_with(".html")) continue;
+    EXPECT_EQ(MarkupProblem(text), "") << name;
+    for (std::size_t at = text.find("HREF=\""); at != std::string::npos;
+         at = text.find("HREF=\"", at + 1)) {
+      const std::string target = text.substr(at + 6, text.find('"', at + 6) - at - 6);
+      if (!target.starts_with("https://")) {
+        EXPECT_TRUE(files.contains(target)) << target;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tessel
