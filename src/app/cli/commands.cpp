@@ -12,6 +12,7 @@
 #include "analysis/statistics.h"
 #include "analysis/validation.h"
 #include "app/cli/terminal_progress.h"
+#include "derived/genelist.h"
 #include "derived/shuffle.h"
 #include "derived/subnetworks.h"
 #include "model/color_table.h"
@@ -20,7 +21,9 @@
 #include "output/drawing.h"
 #include "output/exports.h"
 #include "output/matrix.h"
+#include "output/website.h"
 #include "pathways/pathway_pages.h"
+#include "util/files.h"
 #include "util/text.h"
 
 namespace tessel::cli {
@@ -440,6 +443,101 @@ int RunPropagate(const CommonOptions& options, const PropagateOptions& propagate
     std::cout << "Sources: " << result.sources.size() << "\nCreated " << result.files.size()
               << " sub-networks in " << result.folder.string()
               << "\nDone analyzing steps sub-networks: " << result.statsPage.string() << "\n";
+  }
+  return 0;
+}
+
+namespace {
+
+ServiceSettings Services(const ServiceOptions& o) {
+  ServiceSettings s = ServiceSettings::FromEnvironment();
+  if (!o.eutilsUrl.empty()) s.eutilsUrl = o.eutilsUrl;
+  if (!o.apiKey.empty()) s.apiKey = o.apiKey;
+  if (!o.pubmedUrl.empty()) s.pubmedUrl = o.pubmedUrl;
+  if (!o.uniprotUrl.empty()) s.uniprotUrl = o.uniprotUrl;
+  if (!o.cacheDir.empty()) s.cacheDir = o.cacheDir;
+  return s;
+}
+
+HttpSettings Http(const ServiceOptions& o) {
+  HttpSettings h;
+  h.totalTimeout = std::chrono::milliseconds(static_cast<long long>(o.timeout * 1000));
+  h.connectTimeout = std::min(h.connectTimeout, h.totalTimeout);
+  return h;
+}
+
+}  // namespace
+
+int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOptions,
+               const ServiceOptions& serviceOptions) {
+  const Loaded loaded = Load(options);
+  WebsiteSettings settings;
+  settings.offline = websiteOptions.offline;
+  settings.services = Services(serviceOptions);
+  settings.http = Http(serviceOptions);
+  settings.threads = websiteOptions.threads;
+  TerminalProgress progress(!options.quiet);
+  const WebsiteResult result =
+      RunWebsiteCommand(loaded.network, loaded.colors, settings, options.output, progress);
+  progress.finish();
+  if (!options.quiet) {
+    for (const std::string& w : result.warnings) std::cerr << "tessel: warning: " << w << "\n";
+  }
+  if (options.json) {
+    Json warnings = Json::array();
+    for (const std::string& w : result.warnings) warnings.push_back(w);
+    Print(Json{{"folder", result.folder.string()},
+               {"index", result.index.string()},
+               {"molecule_pages", result.moleculePages},
+               {"references", result.references},
+               {"references_shown", result.referencesShown},
+               {"warnings", warnings}});
+  } else {
+    std::cout << "Done! Site is ready for viewing: " << result.index.string() << "\n"
+              << result.moleculePages << " molecule pages; " << result.referencesShown << " of "
+              << result.references << " references with their record"
+              << (settings.offline ? " (offline)" : "") << "\n";
+  }
+  return 0;
+}
+
+int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions,
+                const ServiceOptions& serviceOptions) {
+  const std::vector<std::string> genes =
+      ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
+  std::string reference = geneOptions.reference;
+  if (reference.empty()) reference = ServiceSettings::FromEnvironment().referenceUrl;
+  if (reference.empty()) {
+    throw std::invalid_argument(
+        "no reference network: give --reference FILE|URL or set TESSEL_REFERENCE_URL");
+  }
+  TerminalProgress progress(!options.quiet);
+  progress.report(0, 1, "Downloading the reference network... please wait");
+  Warnings warnings;
+  const Network network = LoadReferenceNetwork(reference, Http(serviceOptions), &warnings);
+  const GeneListResult result =
+      GeneListSubnetwork(network, genes, geneOptions.intermediates, progress);
+  progress.finish();
+  fs::path to = geneOptions.to;
+  if (to.is_relative()) to = fs::path(options.output) / to;
+  const bool found = !result.rows.empty();
+  if (found) WriteFileAtomically(to, SigRowsText(result.rows));
+  if (options.json) {
+    Json j{{"message", found ? kGeneListSuccessMessage : kNoConnectionsMessage},
+           {"interactions", result.rows.size()},
+           {"found", result.found},
+           {"absent", result.absent}};
+    j["file"] = found ? Json(to.string()) : Json(nullptr);
+    Print(j);
+  } else {
+    std::cout << (found ? kGeneListSuccessMessage : kNoConnectionsMessage) << "\n";
+    if (!result.absent.empty()) {
+      std::cout << "Not in the reference network:";
+      for (const std::string& g : result.absent) std::cout << " " << g;
+      std::cout << "\n";
+    }
+    if (found)
+      std::cout << result.rows.size() << " interactions written to " << to.string() << "\n";
   }
   return 0;
 }

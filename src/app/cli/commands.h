@@ -67,4 +67,30 @@ struct PropagateOptions {
 };
 int RunPropagate(const CommonOptions& options, const PropagateOptions& propagate);
 
+// Web service settings: each option overrides its environment variable (see the README).
+struct ServiceOptions {
+  std::string eutilsUrl;
+  std::string apiKey;
+  std::string pubmedUrl;
+  std::string uniprotUrl;
+  std::string cacheDir;
+  double timeout = 60;  // seconds per request
+};
+
+struct WebsiteOptions {
+  bool offline = false;
+  unsigned threads = 0;
+};
+int RunWebsite(const CommonOptions& options, const WebsiteOptions& website,
+               const ServiceOptions& services);
+
+struct GeneListOptions {
+  std::string genes;      // the list file
+  std::string reference;  // file or URL; empty: TESSEL_REFERENCE_URL
+  int intermediates = 1;
+  std::string to = "subnetwork.sig";  // relative names go into the output folder
+};
+int RunGeneList(const CommonOptions& options, const GeneListOptions& geneList,
+                const ServiceOptions& services);
+
 }  // namespace tessel::cli

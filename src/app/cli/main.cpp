@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
 
   CommonOptions stats, validate, save, motifs, draw, exportOptions, matrix, pathways, shuffle,
-      reduce, propagate;
+      reduce, propagate, website;
 
   auto* statsCmd = app.add_subcommand("stats", "network statistics: writes stats.htm");
   AddCommonOptions(*statsCmd, stats);
@@ -190,6 +190,55 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"forward", "reverse"}, CLI::ignore_case));
   propagateCmd->add_option("--threads", propagateOptions.threads, "worker threads (default: all)");
 
+  ServiceOptions serviceOptions;
+  const auto addServiceOptions = [&serviceOptions](CLI::App& command, bool pubmed) {
+    if (pubmed) {
+      command.add_option("--eutils-url", serviceOptions.eutilsUrl,
+                         "PubMed E-utilities base address (TESSEL_EUTILS_URL)");
+      command.add_option("--api-key", serviceOptions.apiKey,
+                         "NCBI API key: 10 requests a second instead of 3 (TESSEL_NCBI_API_KEY)");
+      command.add_option("--cache-dir", serviceOptions.cacheDir,
+                         "PubMed record cache (TESSEL_CACHE_DIR)");
+      command.add_option("--pubmed-url", serviceOptions.pubmedUrl,
+                         "base of PubMed article links (TESSEL_PUBMED_URL)");
+      command.add_option("--uniprot-url", serviceOptions.uniprotUrl,
+                         "base of UniProt entry links (TESSEL_UNIPROT_URL)");
+    }
+    command.add_option("--timeout", serviceOptions.timeout, "seconds per download (default: 60)")
+        ->check(CLI::Range(0.1, 86400.0));
+  };
+
+  WebsiteOptions websiteOptions;
+  auto* websiteCmd = app.add_subcommand(
+      "website", "a browsable web site with drawings and references: writes TESSEL_website/");
+  AddCommonOptions(*websiteCmd, website);
+  websiteCmd->add_flag("--offline", websiteOptions.offline,
+                       "PubMed records from the cache only (no download)");
+  websiteCmd->add_option("--threads", websiteOptions.threads, "worker threads (default: all)");
+  addServiceOptions(*websiteCmd, true);
+
+  GeneListOptions geneOptions;
+  CommonOptions genelist;
+  auto* genelistCmd = app.add_subcommand(
+      "genelist", "the sub-network connecting a list of genes in a reference network");
+  genelistCmd->add_option("GENES", geneOptions.genes, "text file of gene or protein names")
+      ->required()
+      ->check(CLI::ExistingFile);
+  genelistCmd->add_option("--reference", geneOptions.reference,
+                          "reference network, a file or an http(s) URL "
+                          "(default: TESSEL_REFERENCE_URL)");
+  genelistCmd
+      ->add_option("--intermediates", geneOptions.intermediates,
+                   "most molecules between two listed ones: 1, 2 or 3 (default: 1)")
+      ->check(CLI::Range(1, 3));
+  genelistCmd->add_option("--to", geneOptions.to,
+                          "the SIG file to write (default: subnetwork.sig in the output folder)");
+  genelistCmd->add_option("-o,--output", genelist.output,
+                          "folder for the results (default: the current folder)");
+  genelistCmd->add_flag("--json", genelist.json, "print a machine-readable result on stdout");
+  genelistCmd->add_flag("-q,--quiet", genelist.quiet, "no progress or notes on stderr");
+  addServiceOptions(*genelistCmd, false);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -223,6 +272,8 @@ int main(int argc, char** argv) {
     }
     if (*reduceCmd) return RunReduce(reduce, reduceThreads);
     if (*propagateCmd) return RunPropagate(propagate, propagateOptions);
+    if (*websiteCmd) return RunWebsite(website, websiteOptions, serviceOptions);
+    if (*genelistCmd) return RunGeneList(genelist, geneOptions, serviceOptions);
   } catch (const tessel::Cancelled&) {
     std::cerr << "tessel: cancelled\n";
     return 1;
