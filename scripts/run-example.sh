@@ -11,10 +11,12 @@ cmake --preset default >/dev/null
 cmake --build --preset default -j "$(nproc)" --target tessel
 
 tessel=build/default/bin/tessel
-"$tessel" stats -o "$out" "$network"
+# The web site is built offline: PubMed records come from the local cache only, so on a
+# fresh machine the references show their ids and links to PubMed. Drop --offline to fetch
+# them (about 3,000 records, in batches of 200, three requests a second).
+"$tessel" website --offline -o "$out" "$network"
 "$tessel" validate -o "$out" "$network"
 "$tessel" motifs -o "$out" "$network"
-"$tessel" draw -o "$out" "$network"
 echo
-echo "Open $out/stats.htm, $out/validation.htm, $out/TESSEL_motifs/motifs.htm and"
-echo "$out/network.svg in a browser."
+echo "Open $out/TESSEL_website/index.htm (the web site, with stats.htm), $out/validation.htm"
+echo "and $out/TESSEL_motifs/motifs.htm in a browser."
