@@ -184,6 +184,10 @@ class NetworkBuilder {
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
               std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
 
+  // Adds a molecule that may take part in no interaction (an existing name is kept as it
+  // is) and returns its id.
+  MoleculeId addMolecule(const EndPoint& e);
+
   std::size_t rowCount() const { return rows_; }
   std::size_t interactionCount() const { return net_.interactions_.size(); }
 
@@ -192,8 +196,6 @@ class NetworkBuilder {
   Network build();
 
  private:
-  MoleculeId addMolecule(const EndPoint& e);
-
   Network net_;
   std::size_t rows_ = 0;
 };

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "model/psimi.h"
 #include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
@@ -178,21 +179,42 @@ Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnin
   return builder.build();
 }
 
+namespace {
+
+bool StartsWith(std::string_view s, std::string_view prefix) {
+  return s.substr(0, prefix.size()) == prefix;
+}
+
+// A MITAB identifier column holds "db:id" entries (or "-" when there is no interactor).
+bool LooksLikeMitabRow(std::string_view line) {
+  if (std::count(line.begin(), line.end(), '\t') < 14) return false;
+  const std::string_view first = line.substr(0, line.find('\t'));
+  const std::size_t colon = first.find(':');
+  return first == "-" || (colon != std::string_view::npos && colon > 0 && colon + 1 < first.size());
+}
+
+}  // namespace
+
 NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& path) {
   std::size_t start = 0;
   if (text.substr(0, 3) == "\xEF\xBB\xBF") start = 3;
   while (start < text.size() && (IsBlank(text[start]) || text[start] == '\n')) ++start;
+  // XML: a declaration, a comment or DOCTYPE, or the root element itself. No SIG or
+  // two-column name starts with "<", so any markup goes to the XML reader, which names
+  // what it does not understand.
   if (start < text.size() && text[start] == '<') return NetworkFormat::PsiMi;
   std::string ext = path.extension().string();
   if (UpperCaseKey(ext) == ".SIG") return NetworkFormat::Sig;
-  // MITAB files have 15 or more tab-separated columns and usually a "#ID" header.
   LineCursor lines(text.substr(start));
   std::string_view line;
   while (lines.next(line)) {
-    if (line.rfind("#ID", 0) == 0 || line.rfind("ID(s) interactor", 0) == 0) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    // MITAB column titles, with or without the leading "#".
+    if (StartsWith(line, "#ID") || StartsWith(line, "ID(s) interactor") ||
+        StartsWith(line, "ID interactor") || StartsWith(line, "#unique_identifier")) {
       return NetworkFormat::Mitab;
     }
-    if (std::count(line.begin(), line.end(), '\t') >= 14) return NetworkFormat::Mitab;
+    if (LooksLikeMitabRow(line)) return NetworkFormat::Mitab;
     std::array<std::string_view, 2> f;
     const std::size_t count = SplitLine(line, f);
     if (count == 0) continue;
@@ -214,9 +236,9 @@ Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, War
     case NetworkFormat::Pairs:
       return ReadTwoColumnText(text, file, warnings);
     case NetworkFormat::PsiMi:
-      throw InputError(file, 0, "PSI-MI XML networks cannot be read by this version of tessel");
+      return ReadPsiMiXml(text, file, warnings);
     case NetworkFormat::Mitab:
-      throw InputError(file, 0, "PSI-MI TAB networks cannot be read by this version of tessel");
+      return ReadMitabText(text, file, warnings);
     case NetworkFormat::Auto:
       break;
   }

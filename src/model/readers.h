@@ -14,6 +14,8 @@
 
 namespace tessel {
 
+// Sig: 13 blank-separated fields per line. Pairs: two fields (source, target). PsiMi: PSI-MI
+// XML 2.5 and 2.5.4. Mitab: PSI-MI TAB 2.5 to 2.8. Auto: chosen by DetectFormat.
 enum class NetworkFormat { Auto, Sig, Pairs, PsiMi, Mitab };
 
 // Parses "sig", "pairs", "psimi", "mitab" or "auto"; throws std::invalid_argument otherwise.
@@ -30,11 +32,15 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
 Network ReadTwoColumnText(std::string_view text, const std::string& file,
                           Warnings* warnings = nullptr);
 
-// Chooses a format from the file name and the content: ".sig" files are SIG; XML is
-// PSI-MI; a first data line of two fields is a two-column file; otherwise SIG.
+// Chooses a format from the content and the file name: text starting with markup ("<?xml",
+// "<entrySet", ...) is PSI-MI XML; otherwise ".sig" files are SIG; a MITAB title line
+// ("#ID ...", "ID(s) interactor ...") or a first line of 15 or more tab-separated columns
+// starting with a "db:id" identifier is PSI-MI TAB; a first data line of two fields is a
+// two-column file; anything else is SIG.
 NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& path);
 
-// Reads a network file in the given (or detected) format.
+// Reads a network file in the given (or detected) format. The PSI-MI readers are declared
+// in model/psimi.h.
 Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format = NetworkFormat::Auto,
                     Warnings* warnings = nullptr);
 
