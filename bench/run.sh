@@ -26,7 +26,7 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTESSEL_BUILD_
   -DTESSEL_BUILD_BENCH=ON >/dev/null
 missing=()
 for target in tessel-generate load_bench stats_bench motifs_bench shuffle_bench pathways_bench \
-  tessel; do
+  website_bench genelist_bench tessel; do
   if ! ninja -C "$build" -j "$jobs" "$target" >"$results/build-$target.log" 2>&1; then
     echo "could not build $target (see $results/build-$target.log); skipped"
     missing+=("$target")
@@ -101,6 +101,18 @@ if built pathways_bench; then
     --benchmark_out_format=json
 fi
 
+if built website_bench; then
+  section "Web site of a 1,000-molecule network, offline (website_bench)"
+  "$build/bin/website_bench" "${bench_args[@]}" --benchmark_out="$results/website.json" \
+    --benchmark_out_format=json
+fi
+
+if built genelist_bench; then
+  section "Gene list of 50 genes on the 10,000-molecule network (genelist_bench)"
+  "$build/bin/genelist_bench" "${bench_args[@]}" --benchmark_out="$results/genelist.json" \
+    --benchmark_out_format=json
+fi
+
 if built tessel; then
   section "tessel stats end to end ($runs runs)"
   out=$(mktemp -d)
@@ -110,11 +122,11 @@ if built tessel; then
     echo "tessel stats failed"
 fi
 
-section "Summary (medians; targets: load < 3 s and < 1.5 GB, statistics < 5 s, 100 shuffled networks < 60 s, pathways < 10 s)"
+section "Summary (medians; targets: load < 3 s and < 1.5 GB, statistics < 5 s, 100 shuffled networks < 60 s, pathways < 10 s, web site < 60 s, gene list < 10 s)"
 py=/usr/bin/python3
 if [[ -x $py ]]; then
   "$py" - "$results"/load-*.json "$results"/stats.json "$results"/shuffle.json \
-    "$results"/pathways.json <<'PY'
+    "$results"/pathways.json "$results"/website.json "$results"/genelist.json <<'PY'
 import json, os, sys
 for path in sys.argv[1:]:
     if not os.path.exists(path):
