@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "model/readers.h"
 #include "test_support.h"
 
 namespace tessel {
@@ -188,6 +189,41 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   r = RunTessel(dir, {"matrix", "-q", "--size", "64", "-o", out, lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(test::ReadFile(fs::path(out) / "interactions_matrix.png").substr(1, 3), "PNG");
+}
+
+TEST(CliDerivedCommands, WebsiteOfflineAndGeneList) {
+  test::ScratchDir dir;
+  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+  RunResult r = RunTessel(
+      dir, {"website", "--offline", "--json", "-q", "--cache-dir", "cache", "-o", "site", lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["molecule_pages"], 30);
+  EXPECT_EQ(j["references_shown"], 0);  // offline with an empty cache
+  for (const char* page : {"index.htm", "list.htm", "stats.htm", "ERK1_2F2.htm", "network.svg"}) {
+    EXPECT_TRUE(fs::exists(dir / "site" / "TESSEL_website" / page)) << page;
+  }
+
+  test::WriteFile(dir / "genes.txt", "kras esr1\nMDM2 nothere\n");
+  r = RunTessel(
+      dir, {"genelist", "--json", "-q", "--reference", lbc, "--intermediates", "2", "genes.txt"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["message"], "A subnetwork containing your genes/proteins was successfully created!");
+  EXPECT_EQ(j["absent"], nlohmann::json::array({"NOTHERE"}));
+  const Network sub = ReadSigText(test::ReadFile(dir / "subnetwork.sig"), "subnetwork.sig");
+  EXPECT_EQ(sub.interactionCount(), j["interactions"].get<std::size_t>());
+  EXPECT_NE(sub.findId("ESR1"), 0u);
+  EXPECT_NE(sub.findId("KRAS"), 0u);
+
+  test::WriteFile(dir / "one.txt", "KRAS\n");
+  r = RunTessel(dir, {"genelist", "-q", "--reference", lbc, "--to", "none.sig", "one.txt"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(r.out.find("No connections were found!"), std::string::npos);
+  EXPECT_FALSE(fs::exists(dir / "none.sig"));
+  EXPECT_EQ(
+      RunTessel(dir, {"genelist", "--intermediates", "4", "--reference", lbc, "one.txt"}).exitCode,
+      2);
 }
 
 TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "derived/genelist.h"
+#include "local_http_server.h"
 #include "test_support.h"
 #include "util/error.h"
 
@@ -42,6 +43,16 @@ TEST(GeneList, KeepsOnlyTheLinksOnShortPathsMatchingNamesInAnyCase) {
   EXPECT_TRUE(r.rows.empty());
   EXPECT_EQ(r.absent, std::vector<std::string>{"NOPE"});
   EXPECT_THROW(GeneListSubnetwork(net, {"P"}, 4, progress), std::invalid_argument);
+}
+
+TEST(GeneList, ReadsTheReferenceFromAFileOrAnAddress) {
+  test::LocalHttpServer server;
+  const Network fromUrl = LoadReferenceNetwork(server.url("/networks/signor_lbc.sig"));
+  const Network fromFile =
+      LoadReferenceNetwork((test::SharedDataDir() / "networks" / "signor_lbc.sig").string());
+  EXPECT_EQ(SigText(fromUrl), SigText(fromFile));
+  EXPECT_EQ(fromUrl.moleculeCount(), 30u);
+  EXPECT_THROW(LoadReferenceNetwork(server.url("/missing")), HttpError);
 }
 
 // Every molecule on a simple path of at most `maxLinks` links between a and b (undirected),

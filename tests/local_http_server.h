@@ -43,6 +43,8 @@ class LocalHttpServer {
     server_.Get("/missing", text("no such page", 404));
     server_.Get("/large", text(std::string(100'000, 'x')));
     server_.Get("/garbage/efetch.fcgi", text("<html><body>busy"));
+    server_.Get("/networks/signor_lbc.sig",
+                text(ReadFile(SharedDataDir() / "networks" / "signor_lbc.sig")));
     server_.Get("/redirect", [](const auto&, auto& res) { res.set_redirect("/plain"); });
     server_.Get("/slow", [this](const auto&, auto& res) {
       for (int i = 0; i < 300 && !stopping_; ++i) {
