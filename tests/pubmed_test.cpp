@@ -95,7 +95,7 @@ TEST_F(PubmedLibraryTest, CachesRecordsAndMarkers) {
   EXPECT_EQ(first.stats().fetched, 6u);
   EXPECT_EQ(first.stats().missing, 1u);
   ASSERT_EQ(server_.requests().size(), 1u);
-  const auto& params = server_.requests()[0].params;
+  const httplib::Params params = server_.requests()[0].params;  // requests() is a copy
   EXPECT_EQ(params.find("retmode")->second, "xml");
   EXPECT_EQ(params.find("api_key")->second, "a key");
   EXPECT_EQ(first.find(999), nullptr);
