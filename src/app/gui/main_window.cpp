@@ -1,0 +1,852 @@
+#include "app/gui/main_window.h"
+
+#include <QCloseEvent>
+#include <QDir>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+#include <filesystem>
+#include <random>
+#include <stdexcept>
+
+#include "analysis/statistics.h"
+#include "analysis/validation.h"
+#include "app/gui/dialogs.h"
+#include "app/gui/prompts.h"
+#include "derived/genelist.h"
+#include "derived/shuffle.h"
+#include "derived/subnetworks.h"
+#include "motifs/motif_pages.h"
+#include "net/services.h"
+#include "output/drawing.h"
+#include "output/exports.h"
+#include "output/matrix.h"
+#include "output/website.h"
+#include "pathways/pathway_pages.h"
+#include "util/files.h"
+
+// The help pages are compiled into the library; a static library needs its resources
+// registered by hand, outside any namespace.
+static void InitHelpResources() {
+  Q_INIT_RESOURCE(help);
+}
+
+namespace tessel::gui {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path Path(const QString& s) {
+  return fs::path(s.toStdString());
+}
+
+QString Q(const fs::path& p) {
+  return QString::fromStdString(p.string());
+}
+
+QString Q(const std::string& s) {
+  return QString::fromStdString(s);
+}
+
+// The first few warnings of a load, and how many more there were.
+QStringList WarningNotes(const Warnings& warnings) {
+  QStringList notes;
+  const std::size_t shown = std::min<std::size_t>(warnings.size(), 5);
+  for (std::size_t k = 0; k < shown; ++k) notes << Q(warnings[k]);
+  if (warnings.size() > shown) {
+    notes << QObject::tr("... and %1 more warnings like these").arg(warnings.size() - shown);
+  }
+  return notes;
+}
+
+struct LoadedNetwork {
+  std::shared_ptr<const Network> network;
+  std::shared_ptr<const ColorShapeTable> colors;
+  QStringList notes;  // the first warnings, and the colours table written
+  std::size_t warnings = 0;
+};
+
+// Reads a network and the colours table its drawings use: from the network's folder, else
+// the output folder, where the default table is written when neither has one.
+LoadedNetwork ReadNetwork(const QString& file, NetworkFormat format, const QString& output) {
+  Warnings warnings;
+  auto network = std::make_shared<const Network>(LoadNetwork(Path(file), format, &warnings));
+  bool wroteDefault = false;
+  auto colors = std::make_shared<const ColorShapeTable>(ColorShapeTable::LoadOrCreate(
+      {Path(QFileInfo(file).absolutePath()), Path(output)}, Path(output), &wroteDefault));
+  QStringList notes = WarningNotes(warnings);
+  if (wroteDefault) {
+    notes << QObject::tr("Wrote the default colours table %1.")
+                 .arg(QDir(output).filePath(Q(std::string(kColorTableFileName))));
+  }
+  return {std::move(network), std::move(colors), std::move(notes), warnings.size()};
+}
+
+std::uint64_t NewSeed() {
+  std::random_device device;
+  return (static_cast<std::uint64_t>(device()) << 32) ^ device();
+}
+
+}  // namespace
+
+MainWindow::MainWindow(QSettings& settings, UserPrompts& prompts, QWidget* parent)
+    : QWidget(parent), settings_(settings), prompts_(prompts) {
+  InitHelpResources();
+  setWindowTitle(tr("TESSEL"));
+  buildUi();
+  connect(&runner_, &CommandRunner::progressed, this, &MainWindow::onProgress);
+  connect(&runner_, &CommandRunner::ended, this, &MainWindow::onEnded);
+  updateCommandStates();
+  showOutputFolder();
+}
+
+MainWindow::~MainWindow() = default;
+
+// ----- layout -----
+
+QPushButton* MainWindow::addCommand(QGridLayout* grid, const QString& caption, Needs needs,
+                                    void (MainWindow::*slot)(), const QString& helpPage) {
+  auto* button = new QPushButton(caption);
+  button->setAutoDefault(false);
+  // Some styles leave no room around the caption; keep a little.
+  button->setMinimumWidth(button->sizeHint().width() + 16);
+  const int row = grid->rowCount();
+  grid->addWidget(button, row, 0);
+  connect(button, &QPushButton::clicked, this, slot);
+  commands_.push_back({button, needs});
+  if (!helpPage.isEmpty()) {
+    auto* help = new QToolButton;
+    help->setText(tr("?"));
+    help->setObjectName("help:" + helpPage);
+    help->setToolTip(tr("What \"%1\" does").arg(caption));
+    grid->addWidget(help, row, 1);
+    connect(help, &QToolButton::clicked, this, [this, helpPage] { openHelp(helpPage); });
+  }
+  return button;
+}
+
+void MainWindow::buildUi() {
+  const auto group = [](const QString& title, QGridLayout*& grid) {
+    auto* box = new QGroupBox(title);
+    grid = new QGridLayout(box);
+    grid->setColumnStretch(0, 1);
+    return box;
+  };
+  QGridLayout* networks = nullptr;
+  QGridLayout* reports = nullptr;
+  QGridLayout* searches = nullptr;
+  QGridLayout* derived = nullptr;
+  QGridLayout* exports = nullptr;
+  auto* networksBox = group(tr("Networks"), networks);
+  auto* reportsBox = group(tr("Web site, reports and drawings"), reports);
+  auto* searchesBox = group(tr("Motifs and pathways"), searches);
+  auto* derivedBox = group(tr("Derived networks"), derived);
+  auto* exportsBox = group(tr("Files for other tools"), exports);
+
+  addCommand(networks, tr("Load SIG file network..."), Needs::Idle, &MainWindow::loadSigNetwork,
+             "load_network.htm");
+  addCommand(networks, tr("Load Two Column Net..."), Needs::Idle, &MainWindow::loadTwoColumnNetwork,
+             "two_columns.htm");
+  addCommand(networks, tr("Load a list of gene/protein names..."), Needs::Idle,
+             &MainWindow::loadGeneList, "load_list.htm");
+  addCommand(networks, tr("Save as..."), Needs::Network, &MainWindow::saveAs, "save_as");
+  addCommand(networks, tr("Restart Viewer..."), Needs::NetworkEvenWhileBusy,
+             &MainWindow::restartViewer);
+
+  addCommand(reports, tr("Create web site..."), Needs::Network, &MainWindow::createWebsite,
+             "website.htm");
+  addCommand(reports, tr("Compute statistics"), Needs::Network, &MainWindow::computeStatistics,
+             "stats.htm");
+  addCommand(reports, tr("Validate all"), Needs::Network, &MainWindow::validateAll, "validate.htm");
+  addCommand(reports, tr("Make Graphviz SVG/DOT/JPG"), Needs::Network,
+             &MainWindow::makeGraphvizDrawing, "graphviz.htm");
+  addCommand(reports, tr("Draw interactions matrix"), Needs::Network,
+             &MainWindow::drawInteractionsMatrix, "matrix.htm");
+
+  addCommand(searches, tr("Find and display motifs"), Needs::Network, &MainWindow::findMotifs,
+             "display_motifs.htm");
+  addCommand(searches, tr("Pathways Generator"), Needs::Network, &MainWindow::pathwaysGenerator,
+             "pg.htm");
+  addCommand(searches, tr("Easy Interface"), Needs::Network, &MainWindow::easyInterface, "pg.htm");
+
+  addCommand(derived, tr("Generate and analyze sub-networks based on connectivity"), Needs::Network,
+             &MainWindow::reduceByConnectivity, "subnetworks.htm");
+  addCommand(derived, tr("Generate and analyze sub-networks propagating from source nodes"),
+             Needs::Network, &MainWindow::propagateFromSources, "subnetworks.htm");
+  addCommand(derived, tr("Generate and analyze shuffled networks"), Needs::Network,
+             &MainWindow::shuffledNetworks, "shuffled.htm");
+
+  addCommand(exports, tr("Create .net file for Pajek"), Needs::Network, &MainWindow::exportPajek,
+             "pajek.htm");
+  addCommand(exports, tr("Create file for MFinder"), Needs::Network, &MainWindow::exportMfinder,
+             "mfinder.htm");
+  addCommand(exports, tr("Create .sif file for Cytoscape"), Needs::Network,
+             &MainWindow::exportCytoscape, "sif.htm");
+  addCommand(exports, tr("Dump the big cluster"), Needs::Network, &MainWindow::dumpBigCluster,
+             "big_cluster.htm");
+
+  networkLine_ = new QLabel(tr("No network loaded."));
+  networkLine_->setObjectName("networkLine");
+  networkLine_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
+  folderLine_ = new QLineEdit;
+  folderLine_->setObjectName("outputFolder");
+  folderLine_->setReadOnly(true);
+  folderLine_->setPlaceholderText(tr("the folder of the loaded network"));
+  changeFolder_ = new QPushButton(tr("Change..."));
+  changeFolder_->setObjectName("changeFolder");
+  changeFolder_->setAutoDefault(false);
+  connect(changeFolder_, &QPushButton::clicked, this, &MainWindow::chooseOutputFolder);
+  auto* folderRow = new QHBoxLayout;
+  folderRow->addWidget(new QLabel(tr("Output folder:")));
+  folderRow->addWidget(folderLine_, 1);
+  folderRow->addWidget(changeFolder_);
+
+  progress_ = new QProgressBar;
+  progress_->setRange(0, 1);
+  progress_->setValue(0);
+  progress_->setTextVisible(false);
+  cancel_ = new QPushButton(tr("Cancel"));
+  cancel_->setObjectName("cancel");
+  cancel_->setAutoDefault(false);
+  connect(cancel_, &QPushButton::clicked, this, [this] {
+    runner_.cancel();
+    cancel_->setEnabled(false);
+    setStatus(tr("Cancelling..."));
+  });
+  auto* progressRow = new QHBoxLayout;
+  progressRow->addWidget(progress_, 1);
+  progressRow->addWidget(cancel_);
+
+  status_ = new QLabel;
+  status_->setObjectName("status");
+  status_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  status_->setMinimumWidth(200);
+
+  auto* help = new QPushButton(tr("Help?"));
+  help->setAutoDefault(false);
+  connect(help, &QPushButton::clicked, this, [this] { openHelp("getting_started.htm"); });
+  auto* exit = new QPushButton(tr("E&xit"));
+  exit->setAutoDefault(false);
+  connect(exit, &QPushButton::clicked, this, &QWidget::close);
+  commands_.push_back({help, Needs::Always});
+  commands_.push_back({exit, Needs::Always});
+  auto* bottomRow = new QHBoxLayout;
+  bottomRow->addWidget(help);
+  bottomRow->addStretch();
+  bottomRow->addWidget(exit);
+
+  // Two columns of about the same height; the right one holds the longer captions.
+  auto* left = new QVBoxLayout;
+  left->addWidget(networksBox);
+  left->addWidget(reportsBox);
+  auto* right = new QVBoxLayout;
+  right->addWidget(searchesBox);
+  right->addWidget(derivedBox);
+  right->addWidget(exportsBox);
+  auto* columns = new QHBoxLayout;
+  columns->addLayout(left, 2);
+  columns->addLayout(right, 3);
+  for (QGridLayout* grid : {networks, reports, searches, derived, exports}) {
+    grid->setRowStretch(grid->rowCount(), 1);
+  }
+
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(networkLine_);
+  layout->addLayout(columns);
+  layout->addLayout(folderRow);
+  layout->addLayout(progressRow);
+  layout->addWidget(status_);
+  layout->addLayout(bottomRow);
+}
+
+QPushButton* MainWindow::button(const QString& caption) const {
+  for (const Command& c : commands_) {
+    if (c.button->text() == caption) return c.button;
+  }
+  return nullptr;
+}
+
+QList<QPushButton*> MainWindow::commandButtons() const {
+  QList<QPushButton*> list;
+  for (const Command& c : commands_) list << c.button;
+  return list;
+}
+
+QString MainWindow::statusText() const {
+  return status_->text();
+}
+
+void MainWindow::setStatus(const QString& text) {
+  status_->setText(text);
+}
+
+void MainWindow::updateCommandStates() {
+  const bool busy = runner_.running();
+  const bool loaded = network_ != nullptr;
+  for (const Command& c : commands_) {
+    switch (c.needs) {
+      case Needs::Always:
+        c.button->setEnabled(true);
+        break;
+      case Needs::Idle:
+        c.button->setEnabled(!busy);
+        break;
+      case Needs::Network:
+        c.button->setEnabled(loaded && !busy);
+        break;
+      case Needs::NetworkEvenWhileBusy:
+        c.button->setEnabled(loaded);
+        break;
+    }
+  }
+  cancel_->setEnabled(runner_.cancellable());
+  changeFolder_->setEnabled(!busy);
+}
+
+// ----- output folder -----
+
+QString MainWindow::outputFolder() const {
+  const QString chosen = settings_.value(kOutputFolderKey).toString();
+  if (!chosen.isEmpty()) return chosen;
+  if (!defaultFolder_.isEmpty()) return defaultFolder_;
+  return QDir::currentPath();
+}
+
+void MainWindow::showOutputFolder() {
+  const QString chosen = settings_.value(kOutputFolderKey).toString();
+  folderLine_->setText(!chosen.isEmpty() ? chosen : defaultFolder_);
+}
+
+void MainWindow::chooseOutputFolder() {
+  const QString folder =
+      prompts_.folderName(this, tr("Folder for results and working folders"), outputFolder());
+  if (folder.isEmpty()) return;
+  settings_.setValue(kOutputFolderKey, QDir(folder).absolutePath());
+  showOutputFolder();
+}
+
+QString MainWindow::dialogFolder() const {
+  const QString last = settings_.value(kLastFolderKey).toString();
+  return !last.isEmpty() ? last : outputFolder();
+}
+
+// ----- running commands -----
+
+void MainWindow::startCommand(const Launch& launch, CommandRunner::Job job) {
+  if (!runner_.start(std::move(job), launch.cancellable,
+                     launch.lowPriority ? QThread::LowPriority : QThread::NormalPriority)) {
+    return;
+  }
+  running_ = launch;
+  progress_->setRange(0, 0);
+  progress_->setTextVisible(true);
+  setStatus(launch.status + launch.statusSuffix);
+  updateCommandStates();
+}
+
+void MainWindow::onProgress(qulonglong done, qulonglong total, const QString& text) {
+  if (!runner_.running()) return;  // a late report of a command that has ended
+  if (total == 0) {
+    progress_->setRange(0, 0);
+  } else {
+    progress_->setRange(0, 1000);
+    progress_->setValue(static_cast<int>(std::min<qulonglong>(done, total) * 1000 / total));
+  }
+  if (!text.isEmpty()) setStatus(text + running_.statusSuffix);
+}
+
+void MainWindow::onEnded() {
+  CommandRunner::Outcome outcome = runner_.takeOutcome();
+  progress_->setRange(0, 1);
+  progress_->setValue(0);
+  progress_->setTextVisible(false);
+  updateCommandStates();
+  switch (outcome.kind) {
+    case CommandRunner::Outcome::Kind::Cancelled:
+      setStatus(tr("Cancelled."));
+      return;
+    case CommandRunner::Outcome::Kind::Failed: {
+      setStatus(tr("Failed: %1").arg(outcome.error.section('\n', 0, 0)));
+      const bool own = !running_.failure.isEmpty();
+      prompts_.message(this, UserPrompts::Icon::Critical, tr("Error!"),
+                       own ? running_.failure : outcome.error, own ? outcome.error : QString());
+      return;
+    }
+    case CommandRunner::Outcome::Kind::Succeeded:
+      break;
+  }
+  if (!outcome.completion) return;
+  try {
+    outcome.completion();
+  } catch (const std::exception& e) {
+    setStatus(tr("Failed: %1").arg(Q(std::string(e.what()))));
+    prompts_.message(this, UserPrompts::Icon::Critical, tr("Error!"), Q(std::string(e.what())));
+  }
+}
+
+template <typename F>
+void MainWindow::guarded(const QString& title, F&& f) {
+  try {
+    f();
+  } catch (const std::exception& e) {
+    setStatus(tr("Failed: %1").arg(Q(std::string(e.what()))));
+    prompts_.message(this, UserPrompts::Icon::Critical, title, Q(std::string(e.what())));
+  }
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (runner_.running()) {
+    if (!prompts_.confirm(this, tr("TESSEL"),
+                          tr("A command is still running. Stop it and quit?"))) {
+      event->ignore();
+      return;
+    }
+    runner_.cancel();
+    setStatus(tr("Stopping the running command..."));
+    runner_.wait();
+  }
+  event->accept();
+}
+
+// ----- pages -----
+
+void MainWindow::openPage(const QString& file) {
+  lastPage_ = QFileInfo(file).absoluteFilePath();
+  prompts_.showPage(this, QUrl::fromLocalFile(lastPage_));
+}
+
+void MainWindow::openHelp(const QString& page) {
+  if (page == "save_as") {
+    prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL Help"),
+                     tr("Allows you to save loaded networks as SIG files..."));
+    return;
+  }
+  prompts_.showPage(this, QUrl("qrc:/help/" + page));
+}
+
+void MainWindow::restartViewer() {
+  if (!lastPage_.isEmpty()) prompts_.showPage(this, QUrl::fromLocalFile(lastPage_));
+}
+
+// ----- loading -----
+
+void MainWindow::loadSigNetwork() {
+  const QString file = prompts_.openFileName(
+      this, tr("Load SIG file network..."), dialogFolder(),
+      tr("Network files (*.sig *.xml *.txt *.tsv);;SIG files (*.sig);;PSI-MI XML files (*.xml);;"
+         "PSI-MI TAB files (*.txt *.tsv);;All files (*)"));
+  if (!file.isEmpty()) loadNetwork(file, NetworkFormat::Auto);
+}
+
+void MainWindow::loadTwoColumnNetwork() {
+  const QString file = prompts_.openFileName(this, tr("Load Two Column Net..."), dialogFolder(),
+                                             tr("Text files (*.txt);;All files (*)"));
+  if (!file.isEmpty()) loadNetwork(file, NetworkFormat::Pairs);
+}
+
+void MainWindow::loadNetwork(const QString& file, NetworkFormat format) {
+  const QString path = QFileInfo(file).absoluteFilePath();
+  const QString chosen = settings_.value(kOutputFolderKey).toString();
+  const QString output = !chosen.isEmpty() ? chosen : QFileInfo(path).absolutePath();
+  Launch launch;
+  launch.status = tr("Loading %1...").arg(QFileInfo(path).fileName());
+  launch.failure = tr("Failed to load network, bad file name!");
+  launch.cancellable = false;
+  startCommand(launch, [this, path, format, output](Progress&) -> CommandRunner::Completion {
+    LoadedNetwork loaded = ReadNetwork(path, format, output);
+    return [this, loaded, path] {
+      installNetwork(loaded.network, loaded.colors, path, loaded.warnings);
+      prompts_.message(this, UserPrompts::Icon::Information, tr("Loading the network"),
+                       tr("The network was loaded successfully!"), loaded.notes.join('\n'));
+    };
+  });
+}
+
+void MainWindow::installNetwork(std::shared_ptr<const Network> network,
+                                std::shared_ptr<const ColorShapeTable> colors, const QString& file,
+                                std::size_t warnings) {
+  network_ = std::move(network);
+  colors_ = std::move(colors);
+  loadedFile_ = file;
+  defaultFolder_ = QFileInfo(file).absolutePath();
+  settings_.setValue(kLastFolderKey, defaultFolder_);
+  networkLine_->setText(tr("Network: %1 (%2 molecules, %3 interactions)")
+                            .arg(QFileInfo(file).fileName())
+                            .arg(network_->moleculeCount())
+                            .arg(network_->interactionCount()));
+  QString status = tr("Loaded %1 molecules and %2 interactions from %3.")
+                       .arg(network_->moleculeCount())
+                       .arg(network_->interactionCount())
+                       .arg(QFileInfo(file).fileName());
+  if (warnings == 1) status += tr(" 1 warning while reading.");
+  if (warnings > 1) status += tr(" %1 warnings while reading.").arg(warnings);
+  setStatus(status);
+  showOutputFolder();
+  updateCommandStates();
+}
+
+void MainWindow::loadGeneList() {
+  const QString file =
+      prompts_.openFileName(this, tr("Load a list of gene/protein names..."), dialogFolder(),
+                            tr("Text files (*.txt);;All files (*)"));
+  if (file.isEmpty()) return;
+  std::vector<std::string> genes;
+  try {
+    genes = ReadGeneList(ReadWholeFile(Path(file)), file.toStdString());
+  } catch (const std::exception& e) {
+    prompts_.message(this, UserPrompts::Icon::Critical, tr("Error!"), Q(std::string(e.what())));
+    return;
+  }
+  settings_.setValue(kLastFolderKey, QFileInfo(file).absolutePath());
+
+  QString reference = settings_.value(kReferenceKey).toString();
+  if (reference.isEmpty()) reference = Q(ServiceSettings::FromEnvironment().referenceUrl);
+  if (reference.isEmpty()) {
+    reference = prompts_.text(this, tr("Reference network"),
+                              tr("The network to search for your genes/proteins:\n"
+                                 "a SIG file or an http(s) address."),
+                              QString());
+    if (reference.isEmpty()) return;
+  }
+  settings_.setValue(kReferenceKey, reference);
+
+  IntermediatesDialog dialog(this);
+  if (!prompts_.runDialog(dialog)) return;
+  const int intermediates = dialog.intermediates();
+
+  const QString chosen = settings_.value(kOutputFolderKey).toString();
+  const QString output = !chosen.isEmpty() ? chosen : QFileInfo(file).absolutePath();
+  const QString target = QDir(output).filePath("subnetwork.sig");
+  Launch launch;
+  launch.status = tr("Downloading the reference network... please wait");
+  launch.lowPriority = true;
+  startCommand(launch,
+               [this, genes, reference, intermediates, output,
+                target](Progress& progress) -> CommandRunner::Completion {
+                 progress.report(0, 0, "Downloading the reference network... please wait");
+                 Network referenceNetwork;
+                 try {
+                   referenceNetwork = LoadReferenceNetwork(reference.toStdString());
+                 } catch (const std::exception& e) {
+                   // Ask for the reference again next time: the stored one may be wrong.
+                   QMetaObject::invokeMethod(this, [this] { settings_.remove(kReferenceKey); });
+                   throw std::runtime_error(
+                       std::string("Failed to download background database!\n") + e.what());
+                 }
+                 const GeneListResult result =
+                     GeneListSubnetwork(referenceNetwork, genes, intermediates, progress);
+                 QStringList absent;
+                 for (const std::string& name : result.absent) absent << Q(name);
+                 const QString absentNote =
+                     absent.isEmpty()
+                         ? QString()
+                         : tr("Not in the reference network: %1").arg(absent.join(' '));
+                 if (result.rows.empty()) {
+                   return [this, absentNote] {
+                     setStatus(QString());
+                     prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
+                                      Q(std::string(kNoConnectionsMessage)), absentNote);
+                   };
+                 }
+                 WriteFileAtomically(Path(target), SigRowsText(result.rows));
+                 LoadedNetwork loaded = ReadNetwork(target, NetworkFormat::Sig, output);
+                 return [this, loaded, target, absentNote] {
+                   installNetwork(loaded.network, loaded.colors, target, loaded.warnings);
+                   QStringList details{tr("Written to %1.").arg(target)};
+                   if (!absentNote.isEmpty()) details << absentNote;
+                   prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
+                                    Q(std::string(kGeneListSuccessMessage)), details.join('\n'));
+                 };
+               });
+}
+
+// ----- short commands -----
+
+void MainWindow::saveAs() {
+  QString file = prompts_.saveFileName(
+      this, tr("Save as..."),
+      QDir(outputFolder()).filePath(QFileInfo(loadedFile_).baseName() + ".sig"),
+      tr("SIG files (*.sig);;All files (*)"));
+  if (file.isEmpty()) return;
+  if (QFileInfo(file).suffix().isEmpty()) file += ".sig";
+  guarded(tr("Save as.."), [&] {
+    WriteSigFile(*network_, Path(file));
+    setStatus(tr("Saved %1.").arg(file));
+    prompts_.message(this, UserPrompts::Icon::Information, tr("Save as.."), tr("Done!"));
+  });
+}
+
+void MainWindow::validateAll() {
+  guarded(tr("Validate all"), [&] {
+    const fs::path page = WriteValidationReport(*network_, Path(outputFolder()));
+    setStatus(tr("Wrote %1.").arg(Q(page)));
+    openPage(Q(page));
+  });
+}
+
+void MainWindow::exportPajek() {
+  const QString file = prompts_.saveFileName(this, tr("Create .net file for Pajek"),
+                                             QDir(outputFolder()).filePath("network.net"),
+                                             tr("Pajek networks (*.net);;All files (*)"));
+  if (file.isEmpty()) return;
+  guarded(tr("Error!"), [&] {
+    WriteExport(*network_, ExportFormat::Pajek, Path(file));
+    setStatus(tr("Wrote %1.").arg(file));
+    prompts_.message(this, UserPrompts::Icon::Information, tr("Finished creating file for Pajek"),
+                     tr("Done!"));
+  });
+}
+
+void MainWindow::exportMfinder() {
+  const QString file = prompts_.saveFileName(this, tr("Create file for MFinder"),
+                                             QDir(outputFolder()).filePath("input_for_mfinder.txt"),
+                                             tr("Text files (*.txt);;All files (*)"));
+  if (file.isEmpty()) return;
+  guarded(tr("Error!"), [&] {
+    const std::vector<fs::path> written = WriteExport(*network_, ExportFormat::Mfinder, Path(file));
+    QStringList names;
+    for (const fs::path& f : written) names << Q(f);
+    setStatus(tr("Wrote %1.").arg(names.join(", ")));
+    prompts_.message(this, UserPrompts::Icon::Information, tr("Creating file for MFinder"),
+                     tr("Done!"), names.join('\n'));
+  });
+}
+
+void MainWindow::exportCytoscape() {
+  const QString file = QDir(outputFolder()).filePath("network4cytoscape.sif");
+  guarded(tr("Error!"), [&] {
+    WriteExport(*network_, ExportFormat::Sif, Path(file));
+    setStatus(tr("Wrote %1.").arg(file));
+    prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
+                     tr("The Sif file for Cytoscape was created and it was placed in your current "
+                        "working directory!"),
+                     file);
+  });
+}
+
+void MainWindow::dumpBigCluster() {
+  const QString file = prompts_.saveFileName(this, tr("Dump the big cluster"),
+                                             QDir(outputFolder()).filePath("big_cluster.sig"),
+                                             tr("SIG files (*.sig);;All files (*)"));
+  if (file.isEmpty()) return;
+  guarded(tr("Error!"), [&] {
+    WriteExport(*network_, ExportFormat::BigCluster, Path(file));
+    setStatus(tr("Wrote %1.").arg(file));
+    prompts_.message(this, UserPrompts::Icon::Information, tr("Dumping the big cluster"),
+                     tr("Done!"));
+  });
+}
+
+void MainWindow::drawInteractionsMatrix() {
+  const QString file = QDir(outputFolder()).filePath("interactions_matrix.png");
+  guarded(tr("Error!"), [&] {
+    WriteInteractionsMatrixPng(*network_, Path(file));
+    setStatus(tr("Wrote %1.").arg(file));
+    prompts_.showImage(this, tr("Interactions Matrix"), file);
+  });
+}
+
+// ----- worker commands -----
+
+void MainWindow::makeGraphvizDrawing() {
+  const std::size_t molecules = network_->moleculeCount();
+  if (molecules > 100 &&
+      !prompts_.confirm(this, tr("Make Graphviz SVG/DOT/JPG"),
+                        tr("This network has %1 molecules. Drawings of more than 100 molecules "
+                           "are hard to read and may take long to render. Draw it anyway?")
+                            .arg(molecules))) {
+    return;
+  }
+  const QString file = prompts_.saveFileName(this, tr("Make Graphviz SVG/DOT/JPG"),
+                                             QDir(outputFolder()).filePath("network.svg"),
+                                             tr("SVG drawings (*.svg);;All files (*)"));
+  if (file.isEmpty()) return;
+  // The three files share the chosen name without its extension.
+  const QFileInfo info(file);
+  QString base = info.fileName();
+  for (const char* extension : {".svg", ".dot", ".jpg"}) {
+    if (base.endsWith(extension, Qt::CaseInsensitive)) base.chop(4);
+  }
+  const QString folder = info.absolutePath();
+  auto network = network_;
+  auto colors = colors_;
+  Launch launch;
+  launch.status = tr("Drawing the network with Graphviz... please wait");
+  launch.cancellable = false;
+  startCommand(launch, [=, this](Progress&) -> CommandRunner::Completion {
+    const DrawResult drawn = DrawNetwork(*network, *colors, Path(folder), base.toStdString());
+    return [this, drawn, base] {
+      setStatus(tr("Wrote %1, %2 and %3.").arg(Q(drawn.svg), Q(drawn.dot), Q(drawn.jpeg)));
+      prompts_.message(this, UserPrompts::Icon::Information, tr("Success!"),
+                       tr("Done creating %1.svg, %1.dot and %1.jpg files!").arg(base));
+      openPage(Q(drawn.jpeg));
+    };
+  });
+}
+
+void MainWindow::createWebsite() {
+  auto network = network_;
+  auto colors = colors_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Performing the network statistical analysis... please wait!");
+  launch.lowPriority = true;
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const WebsiteResult result =
+        RunWebsiteCommand(*network, *colors, WebsiteSettings{}, Path(output), progress);
+    return [this, result] {
+      QStringList details{tr("%1 molecule pages; %2 of %3 references with their record.")
+                              .arg(result.moleculePages)
+                              .arg(result.referencesShown)
+                              .arg(result.references)};
+      const std::size_t shown = std::min<std::size_t>(result.warnings.size(), 5);
+      for (std::size_t k = 0; k < shown; ++k) details << Q(result.warnings[k]);
+      setStatus(tr("Created web pages for %1 molecules.").arg(result.moleculePages));
+      prompts_.message(this, UserPrompts::Icon::Information, tr("Site is ready for viewing!"),
+                       tr("Done!"), details.join('\n'));
+      openPage(Q(result.index));
+    };
+  });
+}
+
+void MainWindow::computeStatistics() {
+  auto network = network_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Performing the network statistical analysis... please wait!");
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const fs::path page = WriteStatisticsPage(*network, Path(output), progress);
+    return [this, page] {
+      setStatus(tr("Done computing statistics..."));
+      openPage(Q(page));
+    };
+  });
+}
+
+void MainWindow::findMotifs() {
+  MotifChoicesDialog dialog(this);
+  if (!prompts_.runDialog(dialog)) return;
+  MotifCommandOptions options;
+  options.kinds = dialog.kinds();
+  auto network = network_;
+  auto colors = colors_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Searching for motifs... please wait!");
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const MotifCommandResult result =
+        RunMotifCommand(*network, *colors, options, Path(output), progress);
+    return [this, page = Q(result.indexPage)] {
+      setStatus(tr("Done searching for motifs..."));
+      openPage(page);
+    };
+  });
+}
+
+void MainWindow::pathwaysGenerator() {
+  PathwaySetupDialog dialog(*network_, this);
+  if (!prompts_.runDialog(dialog)) return;
+  const PathwayQuery query = dialog.query();
+  directOnly_ = query.directOnly;
+  runPathways(query);
+}
+
+void MainWindow::easyInterface() {
+  EasyInterfaceDialog dialog(*network_, directOnly_, this);
+  if (!prompts_.runDialog(dialog)) return;
+  runPathways(dialog.query());
+}
+
+void MainWindow::runPathways(const PathwayQuery& query) {
+  auto network = network_;
+  auto colors = colors_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Searching for pathways... please wait!");
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const PathwayCommandResult result =
+        RunPathwayCommand(*network, *colors, query, Path(output), progress);
+    if (result.maps.empty()) {
+      return [this] {
+        setStatus(tr("No pathways were found..."));
+        prompts_.message(this, UserPrompts::Icon::Information, tr("Pathway Generator"),
+                         Q(std::string(kNoPathwaysMessage)));
+      };
+    }
+    return [this, form = Q(result.form)] {
+      setStatus(tr("Done generating pathways..."));
+      openPage(form);
+    };
+  });
+}
+
+void MainWindow::reduceByConnectivity() {
+  auto network = network_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Creating sub-networks based on connectivity...");
+  launch.lowPriority = true;
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const ReduceResult result = RunReduceCommand(*network, Path(output), progress);
+    return [this, page = Q(result.page)] {
+      setStatus(tr("Done analyzing sub-networks based on connectivity..."));
+      openPage(page);
+    };
+  });
+}
+
+void MainWindow::propagateFromSources() {
+  SourceNodesDialog dialog(*network_, this);
+  if (!prompts_.runDialog(dialog)) return;
+  const PropagateSettings settings = dialog.settings();
+  auto network = network_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Creating sub-networks from source nodes...");
+  launch.lowPriority = true;
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const PropagateResult result = RunPropagateCommand(*network, settings, Path(output), progress);
+    return [this, page = Q(result.statsPage)] {
+      setStatus(tr("Done analyzing sub-networks based on connectivity..."));
+      openPage(page);
+    };
+  });
+}
+
+void MainWindow::shuffledNetworks() {
+  ShuffledNetworksDialog dialog(this);
+  if (!prompts_.runDialog(dialog)) return;
+  ShuffleSettings settings = dialog.settings();
+  settings.seed = NewSeed();
+  auto network = network_;
+  const QString output = outputFolder();
+  Launch launch;
+  launch.status = tr("Creating shuffled networks...");
+  launch.lowPriority = true;
+  launch.statusSuffix = tr(" (seed %1)").arg(settings.seed);
+  startCommand(
+      launch,
+      [=, this, seed = launch.statusSuffix](Progress& progress) -> CommandRunner::Completion {
+        const ShuffleResult result = RunShuffleCommand(*network, settings, Path(output), progress);
+        if (result.page.empty()) {
+          return [this, seed] { setStatus(tr("Done creating shuffled networks") + seed); };
+        }
+        return [this, seed, page = Q(result.page)] {
+          setStatus(tr("Done analyzing shuffled networks") + seed);
+          openPage(page);
+        };
+      });
+}
+
+}  // namespace tessel::gui

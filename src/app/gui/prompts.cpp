@@ -1,0 +1,82 @@
+#include "app/gui/prompts.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "app/gui/page_viewer.h"
+
+namespace tessel::gui {
+
+void DialogPrompts::message(QWidget* parent, Icon icon, const QString& title, const QString& text,
+                            const QString& details) {
+  QMessageBox box(parent);
+  box.setWindowTitle(title);
+  box.setText(text);
+  box.setInformativeText(details);
+  box.setIcon(icon == Icon::Information ? QMessageBox::Information
+              : icon == Icon::Warning   ? QMessageBox::Warning
+                                        : QMessageBox::Critical);
+  box.exec();
+}
+
+bool DialogPrompts::confirm(QWidget* parent, const QString& title, const QString& text) {
+  return QMessageBox::question(parent, title, text) == QMessageBox::Yes;
+}
+
+QString DialogPrompts::openFileName(QWidget* parent, const QString& caption, const QString& folder,
+                                    const QString& filter) {
+  return QFileDialog::getOpenFileName(parent, caption, folder, filter);
+}
+
+QString DialogPrompts::saveFileName(QWidget* parent, const QString& caption,
+                                    const QString& suggestedPath, const QString& filter) {
+  return QFileDialog::getSaveFileName(parent, caption, suggestedPath, filter);
+}
+
+QString DialogPrompts::folderName(QWidget* parent, const QString& caption, const QString& folder) {
+  return QFileDialog::getExistingDirectory(parent, caption, folder);
+}
+
+QString DialogPrompts::text(QWidget* parent, const QString& title, const QString& label,
+                            const QString& initial) {
+  bool ok = false;
+  const QString value =
+      QInputDialog::getText(parent, title, label, QLineEdit::Normal, initial, &ok).trimmed();
+  return ok ? value : QString();
+}
+
+bool DialogPrompts::runDialog(QDialog& dialog) {
+  return dialog.exec() == QDialog::Accepted;
+}
+
+void DialogPrompts::showPage(QWidget* parent, const QUrl& page) {
+  PageViewer viewer(page, parent);
+  viewer.exec();
+}
+
+void DialogPrompts::showImage(QWidget* parent, const QString& title, const QString& file) {
+  QDialog dialog(parent);
+  dialog.setWindowTitle(title);
+  auto* image = new QLabel;
+  image->setPixmap(QPixmap(file));
+  auto* scroll = new QScrollArea;
+  scroll->setWidget(image);
+  scroll->setAlignment(Qt::AlignCenter);
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+  auto* layout = new QVBoxLayout(&dialog);
+  layout->addWidget(scroll);
+  layout->addWidget(buttons);
+  const QSize size = image->sizeHint();
+  dialog.resize(qMin(size.width() + 60, 1000), qMin(size.height() + 90, 800));
+  dialog.exec();
+}
+
+}  // namespace tessel::gui
