@@ -18,10 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path Fixture(std::string_view name) {
-  return test::SourceDir() / "tests" / "data" / name;
-}
-
 // "S>T type" and "S>T #pubmed" for every interaction, plus the types of merged repeats, with
 // names and types renamed and, if asked, each pair unordered.
 std::set<std::string> Facts(const Network& net,
@@ -70,30 +66,28 @@ std::string ErrorOf(Read read) {
 }
 
 TEST(PsiMiXml, ExtractionRulesAndBothLayouts) {
-  Warnings warnings;
-  const Network net =
-      LoadNetwork(Fixture("psimi_rules_compact.xml"), NetworkFormat::Auto, &warnings);
-  // Gene-name alias over short label, organism suffixes cut in any case, an alias with a
-  // blank giving way to the short label, interaction and experiment PubMed ids together,
-  // blanks of a type as "_", "NA" without a type, ids local to their entry.
-  EXPECT_EQ(SigText(net),
-            "EGFR P00533 NA NA NA Grb2 Q60631 NA NA NA 0 physical_association 444\n"
-            "EGFR P00533 NA NA NA Grb2 Q60631 NA NA NA 0 physical_association 111\n"
-            "Grb2 Q60631 NA NA NA sos1 NA NA NA NA 0 NA 222\n"
-            "Grb2 Q60631 NA NA NA sos1 NA NA NA NA 0 NA 333\n"
-            "EGFR P00533 NA NA NA MAPK1 NA NA NA NA 0 phosphorylation 555\n");
-  // RAF1 and MEK1 come from an interaction without PubMed id; "two words" is dropped.
-  EXPECT_EQ(Molecules(net), "EGFR/P00533 Grb2/Q60631 sos1/NA RAF1/NA MEK1/NA MAPK1/NA ");
-  ExpectWarnings(warnings, {"1 interactor(s) without a usable name", "with them 1 interaction(s)",
-                            "1 interaction(s) with a single", "1 interaction(s) with more than two",
-                            "1 negative", "1 interaction(s) without a PubMed id"});
-
-  Warnings expandedWarnings;
-  const Network expanded =
-      LoadNetwork(Fixture("psimi_rules_expanded.xml"), NetworkFormat::Auto, &expandedWarnings);
-  EXPECT_EQ(SigText(expanded), SigText(net));
-  EXPECT_EQ(Molecules(expanded), Molecules(net));
-  EXPECT_EQ(expandedWarnings.size(), warnings.size());
+  for (const std::string layout : {"compact", "expanded"}) {
+    SCOPED_TRACE(layout);
+    Warnings warnings;
+    const Network net =
+        LoadNetwork(test::SourceDir() / "tests" / "data" / ("psimi_rules_" + layout + ".xml"),
+                    NetworkFormat::Auto, &warnings);
+    // Gene-name alias over short label, organism suffixes cut in any case, an alias with a
+    // blank giving way to the short label, interaction and experiment PubMed ids together,
+    // blanks of a type as "_", "NA" without a type, ids local to their entry.
+    EXPECT_EQ(SigText(net),
+              "EGFR P00533 NA NA NA Grb2 Q60631 NA NA NA 0 physical_association 444\n"
+              "EGFR P00533 NA NA NA Grb2 Q60631 NA NA NA 0 physical_association 111\n"
+              "Grb2 Q60631 NA NA NA sos1 NA NA NA NA 0 NA 222\n"
+              "Grb2 Q60631 NA NA NA sos1 NA NA NA NA 0 NA 333\n"
+              "EGFR P00533 NA NA NA MAPK1 NA NA NA NA 0 phosphorylation 555\n");
+    // RAF1 and MEK1 come from an interaction without PubMed id; "two words" is dropped.
+    EXPECT_EQ(Molecules(net), "EGFR/P00533 Grb2/Q60631 sos1/NA RAF1/NA MEK1/NA MAPK1/NA ");
+    ExpectWarnings(warnings,
+                   {"1 interactor(s) without a usable name", "with them 1 interaction(s)",
+                    "1 interaction(s) with a single", "1 interaction(s) with more than two",
+                    "1 negative", "1 interaction(s) without a PubMed id"});
+  }
 }
 
 TEST(PsiMiXml, BadInputAndEncodings) {
@@ -103,18 +97,14 @@ TEST(PsiMiXml, BadInputAndEncodings) {
   EXPECT_EQ(ErrorOf(read("<?xml version=\"1.0\"?>\n<entrySet level=\"1\" version=\"1\"/>")),
             "2: unsupported PSI-MI version 1.0 (only 2.5 is read)");
   EXPECT_EQ(ErrorOf(read("<html/>")).substr(0, 30), "1: not a PSI-MI XML file: the ");
-  const std::string pair =
-      "<entrySet level='2'><entry><interactorList>\n"
-      "<interactor id='1'><names><shortLabel>NAME</shortLabel></names></interactor>\n"
-      "</interactorList><interactionList><interaction><xref><primaryRef db='PubMed' id='7'/>"
-      "</xref><participantList>\n<participant><interactorRef>1</interactorRef></participant>\n"
-      "<participant><interactorRef>REF</interactorRef></participant>\n"
-      "</participantList></interaction></interactionList></entry></entrySet>";
-  const auto with = [&](std::string name, std::string ref) {
-    std::string text = pair;
-    text.replace(text.find("NAME"), 4, name);
-    text.replace(text.find("REF"), 3, ref);
-    return text;
+  // A pair of interactor 1, named on line 2, and `ref`, on line 5.
+  const auto with = [](std::string name, std::string ref) {
+    return "<entrySet level='2'><entry><interactorList>\n<interactor id='1'><names><shortLabel>" +
+           name + "</shortLabel></names></interactor>\n</interactorList><interactionList>" +
+           "<interaction><xref><primaryRef db='PubMed' id='7'/></xref><participantList>\n" +
+           "<participant><interactorRef>1</interactorRef></participant>\n<participant>" +
+           "<interactorRef>" + ref + "</interactorRef></participant>\n</participantList>" +
+           "</interaction></interactionList></entry></entrySet>";
   };
   EXPECT_EQ(ErrorOf(read(with("A", "9"))),
             "5: interactorRef \"9\" names no interactor of this entry");
@@ -215,122 +205,114 @@ TEST(PsiMiFiles, XmlFilesAgreeWithTheirMitabTwins) {
             (std::set<std::string>{"O74469>cut14 #15148393", "O74469>cut14 physical_interaction"}));
 }
 
+// "<tag attributes>body</tag>".
+std::string El(const std::string& tag, const std::string& body) {
+  return "<" + tag + ">" + body + "</" + tag.substr(0, tag.find(' ')) + ">";
+}
+
 // Random interactors and interactions written as PSI-MI XML and as MITAB (2.5 or 2.7
 // columns) must both read as the network a plain model of the rules predicts.
 TEST(PsiMiFiles, RandomCrossCheckOfXmlAndMitab) {
   std::mt19937 rng(7);
-  const std::vector<std::pair<std::string, std::string>> types = {
+  const std::pair<std::string, std::string> types[] = {
       {"", "NA"},
       {"physical association", "physical_association"},
       {"direct  interaction", "direct_interaction"}};
   for (int round = 0; round < 60; ++round) {
-    // Interactor m has accession Pm and the name Mm, unless its only label holds a blank.
-    std::vector<std::string> names, xmlMol, tabNames, xmlExp;  // by interactor / experiment
-    for (std::size_t m = 0, k = 3 + rng() % 5; m < k; ++m) {
-      const std::string token = "M" + std::to_string(m),
-                        kind = std::string("GGSSU").substr(rng() % 5, 1);
-      const std::string label = kind == "G"   ? "x" + token + "_human"
-                                : kind == "S" ? token + (rng() % 2 ? "_Mouse" : "_RAT")
-                                              : "no name " + token;
-      const std::string gene = kind == "G" ? token : "";
-      names.push_back(kind == "U" ? "" : token);
-      xmlMol.push_back("<interactor id='" + std::to_string(m) + "'><names><shortLabel>" + label +
-                       "</shortLabel>" +
-                       (gene.empty() ? "" : "<alias type='gene name'>" + gene + "</alias>") +
-                       "</names><xref><primaryRef db='uniprotkb' id='P" + std::to_string(m) +
-                       "'/></xref></interactor>");
-      tabNames.push_back((gene.empty() ? "" : "hgnc:" + gene + "(gene name)|") + "psi-mi:\"" +
-                         label + "\"(display_short)");
-    }
-    std::vector<std::vector<unsigned>> experiments(3);
-    for (std::size_t e = 0; e < experiments.size(); ++e) {
-      xmlExp.push_back("<experimentDescription id='e" + std::to_string(e) + "'><bibref><xref>");
+    std::string xmlExperiments, xmlInteractors, xmlInteractions, mitab, molecules;
+    std::vector<std::vector<unsigned>> experiments(4);  // their PubMed ids; 0 is none
+    for (std::size_t e = 1; e < experiments.size(); ++e) {
+      std::string refs;
       for (unsigned n = rng() % 3; n > 0; --n) {
         experiments[e].push_back(1 + rng() % 6);
-        xmlExp[e] +=
-            "<secondaryRef db='pubmed' id='" + std::to_string(experiments[e].back()) + "'/>";
+        refs += "<secondaryRef db='pubmed' id='" + std::to_string(experiments[e].back()) + "'/>";
       }
-      xmlExp[e] += "</xref></bibref></experimentDescription>";
+      xmlExperiments += El("experimentDescription id='e" + std::to_string(e) + "'",
+                           El("bibref", El("xref", refs)));
+    }
+    // Interactor m has accession Pm and the name Mm, unless its only label holds a blank.
+    std::vector<std::string> names, tabNames;
+    for (std::size_t m = 0, k = 3 + rng() % 5; m < k; ++m) {
+      const std::string id = std::to_string(m), token = "M" + id;
+      const char kind = "GGSSU"[rng() % 5];  // gene name alias, suffixed label, no name
+      const std::string label = kind == 'G'   ? "x" + token + "_human"
+                                : kind == 'S' ? token + (rng() % 2 ? "_Mouse" : "_RAT")
+                                              : "no name " + token;
+      names.push_back(kind == 'U' ? "" : token);
+      const std::string gene = kind == 'G' ? El("alias type='gene name'", token) : "";
+      xmlInteractors += El("interactor id='" + id + "'",
+                           El("names", El("shortLabel", label) + gene) +
+                               El("xref", "<primaryRef db='uniprotkb' id='P" + id + "'/>"));
+      tabNames.push_back((kind == 'G' ? "hgnc:" + token + "(gene name)|" : "") + "psi-mi:\"" +
+                         label + "\"(display_short)");
     }
     const bool mitab27 = rng() % 2;
-    std::string compact = "<entrySet level='2'><entry><experimentList>", mitab;
-    for (const std::string& e : xmlExp) compact += e;
-    compact += "</experimentList><interactorList>";
-    for (const std::string& m : xmlMol) compact += m;
-    compact += "</interactorList><interactionList>";
     std::set<std::string> facts, seen;
-    std::string molecules;
     for (int i = 0, n = 2 + rng() % 12; i < n; ++i) {
       std::vector<std::size_t> parts(rng() % 6 == 0 ? 1 : rng() % 5 == 0 ? 3 : 2);
+      std::string participants;
       for (std::size_t p = 0; p < parts.size(); ++p) {
         do parts[p] = rng() % names.size();
         while (p > 0 && parts[p] == parts[0]);
+        participants += El("participant", El("interactorRef", std::to_string(parts[p])));
       }
       const bool negative = rng() % 8 == 0;
-      const auto& [type, typeWord] = types[rng() % types.size()];
+      const auto& [type, typeWord] = types[rng() % 3];
       const unsigned own = rng() % 4;  // 0 is no valid PubMed id
-      const int experiment = static_cast<int>(rng() % 4) - 1;
-      const std::string head = "<interaction><xref><primaryRef db='pubmed' id='" +
-                               std::to_string(own) + "'/></xref><experimentList>";
-      std::string refs = "</experimentList><participantList>";
-      for (std::size_t p : parts) {
-        refs +=
-            "<participant><interactorRef>" + std::to_string(p) + "</interactorRef></participant>";
-      }
-      const std::string end = "</participantList>" +
-                              (type.empty() ? ""
-                                            : "<interactionType><names><fullName>" + type +
-                                                  "</fullName></names></interactionType>") +
-                              (negative ? "<negative>true</negative>" : "") + "</interaction>";
-      const std::string ref =
-          experiment < 0 ? ""
-                         : "<experimentRef>e" + std::to_string(experiment) + "</experimentRef>";
-      compact += head + ref + refs + end;
+      const std::size_t experiment = rng() % 4;
+      xmlInteractions +=
+          El("interaction",
+             El("xref", "<primaryRef db='pubmed' id='" + std::to_string(own) + "'/>") +
+                 El("experimentList",
+                    experiment == 0 ? "" : El("experimentRef", "e" + std::to_string(experiment))) +
+                 El("participantList", participants) +
+                 (type.empty() ? "" : El("interactionType", El("names", El("fullName", type)))) +
+                 (negative ? "<negative>true</negative>" : ""));
 
       // MITAB: one row per pair, a spoke of rows sharing an id for more participants, no
       // row for a negative interaction where the columns cannot say so.
-      std::vector<unsigned> pubmeds;
-      if (own > 0) pubmeds.push_back(own);
-      if (experiment >= 0)
-        pubmeds.insert(pubmeds.end(), experiments[experiment].begin(),
-                       experiments[experiment].end());
-      std::string pubs = pubmeds.empty() ? "-" : "";
+      std::vector<unsigned> pubmeds = experiments[experiment];
+      if (own > 0) pubmeds.insert(pubmeds.begin(), own);
+      std::string pubs;
       for (unsigned id : pubmeds)
         pubs += (pubs.empty() ? "pubmed:" : "|pubmed:") + std::to_string(id);
       for (std::size_t p = 1; p < std::max<std::size_t>(parts.size(), 2) && (mitab27 || !negative);
            ++p) {
-        const std::size_t b = parts[parts.size() == 1 ? 0 : p];
         const bool alt = rng() % 2;  // names among the alternative ids, as older files have them
-        mitab += Row({"uniprotkb:P" + std::to_string(parts[0]), alt ? tabNames[parts[0]] : "-",
-                      alt ? "-" : tabNames[parts[0]]},
-                     {parts.size() == 1 && rng() % 2 ? "-" : "uniprotkb:P" + std::to_string(b),
-                      alt ? tabNames[b] : "-", alt ? "-" : tabNames[b]},
-                     pubs, type.empty() ? "-" : "psi-mi:\"MI:0000\"(" + type + ")",
-                     // 2.7 rows say they come from an expansion, so each gets an id of its own
-                     "intact:EBI-" + std::to_string(i) + (mitab27 ? "-" + std::to_string(p) : ""),
-                     !mitab27 ? ""
-                              : (parts.size() > 2 ? "spoke" : "-") + std::string(20, '\t') +
-                                    (negative ? "true" : "false"));
+        const auto side = [&](std::size_t m, bool blank) {
+          return Side{blank ? "-" : "uniprotkb:P" + std::to_string(m), alt ? tabNames[m] : "-",
+                      alt ? "-" : tabNames[m]};
+        };
+        const bool single = parts.size() == 1;
+        mitab +=
+            Row(side(parts[0], false), side(parts[single ? 0 : p], single && rng() % 2),
+                pubs.empty() ? "-" : pubs, type.empty() ? "-" : "psi-mi:\"MI:0000\"(" + type + ")",
+                // 2.7 rows say they come from an expansion, so each gets an id of its own
+                "intact:EBI-" + std::to_string(i) + (mitab27 ? "-" + std::to_string(p) : ""),
+                !mitab27 ? ""
+                         : (parts.size() > 2 ? "spoke" : "-") + std::string(20, '\t') +
+                               (negative ? "true" : "false"));
       }
 
       // The plain model of the rules.
-      if (negative || parts.size() != 2) continue;
-      const std::string &a = names[parts[0]], &b = names[parts[1]];
-      if (a.empty() || b.empty()) continue;
+      const std::string &a = names[parts[0]], &b = names[parts.back()];
+      if (negative || parts.size() != 2 || a.empty() || b.empty()) continue;
       for (std::size_t m : parts) {
         if (seen.insert(names[m]).second) molecules += names[m] + "/P" + std::to_string(m) + " ";
       }
-      if (pubmeds.empty()) continue;
-      facts.insert(a + ">" + b + " " + typeWord);
+      if (!pubmeds.empty()) facts.insert(a + ">" + b + " " + typeWord);
       for (unsigned id : pubmeds) facts.insert(a + ">" + b + " #" + std::to_string(id));
     }
-    compact += "</interactionList></entry></entrySet>";
-    SCOPED_TRACE(compact + "\n" + mitab);
-    const Network fromCompact = ReadPsiMiXml(compact, "c.xml");
-    EXPECT_EQ(Facts(fromCompact), facts);
-    EXPECT_EQ(Molecules(fromCompact), molecules);
+    const std::string xml =
+        El("entrySet level='2'",
+           El("entry", El("experimentList", xmlExperiments) + El("interactorList", xmlInteractors) +
+                           El("interactionList", xmlInteractions)));
+    SCOPED_TRACE(xml + "\n" + mitab);
+    const Network fromXml = ReadPsiMiXml(xml, "c.xml");
+    EXPECT_EQ(Facts(fromXml), facts);
+    EXPECT_EQ(Molecules(fromXml), molecules);
     const Network fromMitab = ReadMitabText("#ID\n" + mitab, "m.txt");
-    EXPECT_EQ(SigText(fromMitab), SigText(fromCompact));
+    EXPECT_EQ(SigText(fromMitab), SigText(fromXml));
     EXPECT_EQ(Molecules(fromMitab), molecules);
   }
 }

@@ -15,25 +15,20 @@ class FakePrompts final : public UserPrompts {
  public:
   struct Message {
     Icon icon;
-    QString title;
-    QString text;
-    QString details;
+    QString title, text, details;
   };
 
-  // Answers, used in order; an empty list answers "cancelled".
-  QStringList openAnswers;
-  QStringList saveAnswers;
-  QString folderAnswer;
-  QString textAnswer;
+  // Answers; the file names are used in order, and an empty answer means "cancelled".
+  QStringList openAnswers, saveAnswers;
+  QString folderAnswer, textAnswer;
   bool confirmAnswer = true;
   // Gets each settings dialog before it "closes"; returns whether it was confirmed.
   std::function<bool(QDialog&)> onDialog = [](QDialog&) { return true; };
 
   QList<Message> messages;
   QStringList questions;  // confirm() and text() labels
-  QStringList dialogTitles;
+  QStringList dialogTitles, images;
   QList<QUrl> pages;
-  QStringList images;
 
   void message(QWidget*, Icon icon, const QString& title, const QString& text,
                const QString& details) override {
