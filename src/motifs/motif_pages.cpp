@@ -14,20 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Progress that forwards to another one under a fixed task name.
-class NamedProgress final : public Progress {
- public:
-  NamedProgress(Progress& inner, std::string text) : inner_(inner), text_(std::move(text)) {}
-  void report(std::size_t done, std::size_t total, std::string_view) override {
-    inner_.report(done, total, text_);
-  }
-  bool cancelled() const override { return inner_.cancelled(); }
-
- private:
-  Progress& inner_;
-  std::string text_;
-};
-
 // What the command writes and says for each kind, in the order it processes them.
 struct KindPage {
   MotifKind kind;

@@ -32,20 +32,6 @@ constexpr std::string_view kStatisticsStatus =
 // A molecule with more interactions than this gets the navigation bar on its drawing.
 constexpr std::size_t kPlainDrawingLimit = 12;
 
-// Progress that forwards to another one under a fixed task name.
-class NamedProgress final : public Progress {
- public:
-  NamedProgress(Progress& inner, std::string_view text) : inner_(inner), text_(text) {}
-  void report(std::size_t done, std::size_t total, std::string_view) override {
-    inner_.report(done, total, text_);
-  }
-  bool cancelled() const override { return inner_.cancelled(); }
-
- private:
-  Progress& inner_;
-  std::string_view text_;
-};
-
 // ---------------------------------------------------------------------------------------
 // Compartments: every molecule is listed on exactly one of nine pages.
 
@@ -488,7 +474,7 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
   progress.report(0, moleculeCount, kStatisticsStatus);
   Statistics stats;
   {
-    NamedProgress statsProgress(progress, kStatisticsStatus);
+    NamedProgress statsProgress(progress, std::string(kStatisticsStatus));
     WriteStatisticsPage(network, result.folder, statsProgress, &stats);
   }
   ThrowIfCancelled(progress);

@@ -3,7 +3,9 @@
 
 #include <cstddef>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace tessel {
 
@@ -31,6 +33,20 @@ class SilentProgress final : public Progress {
 
  private:
   const Progress& outer_;
+};
+
+// Forwards to another progress under a fixed task name, whatever text the task reports.
+class NamedProgress final : public Progress {
+ public:
+  NamedProgress(Progress& inner, std::string text) : inner_(inner), text_(std::move(text)) {}
+  void report(std::size_t done, std::size_t total, std::string_view) override {
+    inner_.report(done, total, text_);
+  }
+  bool cancelled() const override { return inner_.cancelled(); }
+
+ private:
+  Progress& inner_;
+  std::string text_;
 };
 
 // Thrown by long computations when their Progress reports cancellation.
