@@ -252,11 +252,7 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
   const bool analyze = settings.analyze && settings.columns.any();
   ShuffleResult result;
   result.folder = outputDir / kShuffledFolder;
-  std::error_code ec;
-  fs::create_directories(result.folder, ec);
-  if (ec) {
-    throw OutputError("cannot create the folder " + result.folder.string() + ": " + ec.message());
-  }
+  CreateFolder(result.folder);
   result.files.reserve(static_cast<std::size_t>(count));
   for (int i = 1; i <= count; ++i) {
     result.files.push_back(result.folder / ShuffledFileName(settings.kind, i));

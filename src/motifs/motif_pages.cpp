@@ -153,9 +153,7 @@ MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable
                                    Progress& progress) {
   MotifCommandResult result;
   result.folder = outputDir / kMotifsFolder;
-  std::error_code ec;
-  fs::create_directories(result.folder, ec);
-  if (ec) throw OutputError(result.folder.string() + ": cannot create folder: " + ec.message());
+  CreateFolder(result.folder);
 
   std::vector<MotifKind> searched;
   for (const MotifKind kind : MotifCommandOrder()) {

@@ -465,9 +465,7 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
                                 Progress& progress) {
   WebsiteResult result;
   result.folder = outputDir / kWebsiteFolder;
-  std::error_code ec;
-  fs::create_directories(result.folder, ec);
-  if (ec) throw OutputError(result.folder.string() + ": cannot create folder: " + ec.message());
+  CreateFolder(result.folder);
 
   // The statistics come first: the pages show their per-molecule values.
   const std::size_t moleculeCount = network.moleculeCount();

@@ -175,9 +175,7 @@ PathwayCommandResult RunPathwayCommand(const Network& network, const ColorShapeT
                                        Progress& progress, unsigned threads) {
   PathwayCommandResult result;
   result.folder = outputDir / kPathwaysFolder;
-  std::error_code ec;
-  fs::create_directories(result.folder, ec);
-  if (ec) throw OutputError(result.folder.string() + ": cannot create folder: " + ec.message());
+  CreateFolder(result.folder);
 
   result.maps = FindPathwayMaps(network, query, progress, threads);
   if (result.maps.empty()) {

@@ -35,11 +35,16 @@ std::string ReadWholeFile(const fs::path& path) {
   return content;
 }
 
-void WriteFileAtomically(const fs::path& path, std::string_view content) {
+void CreateFolder(const fs::path& folder) {
   std::error_code ec;
+  fs::create_directories(folder, ec);
+  if (ec) throw OutputError(folder.string() + ": cannot create folder: " + ec.message());
+}
+
+void WriteFileAtomically(const fs::path& path, std::string_view content) {
   const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  fs::create_directories(parent, ec);
-  if (ec) throw OutputError(path.string() + ": cannot create folder: " + ec.message());
+  CreateFolder(parent);
+  std::error_code ec;
 
   std::random_device rd;
   const fs::path temp =
