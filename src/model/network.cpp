@@ -27,9 +27,46 @@ void NetworkBuilder::reserve(std::size_t rows) {
   net_.pairIndex_.reserve(rows);
 }
 
-MoleculeId NetworkBuilder::addMolecule(const EndPoint& e) {
+void NetworkBuilder::recordConflict(MoleculeId id, MoleculeConflict::Field field,
+                                    std::string_view value, std::size_t line) {
+  std::string key = std::to_string(id);
+  key.push_back(field == MoleculeConflict::Field::Type ? 't' : 'l');
+  key.append(value);
+  const auto [it, inserted] = conflictIndex_.try_emplace(std::move(key), 0);
+  if (!inserted) {
+    ++net_.moleculeConflicts_[it->second].rows;
+    return;
+  }
+  it->second = net_.moleculeConflicts_.size();
+  net_.moleculeConflicts_.push_back({id, field, std::string(value), line, 1});
+}
+
+MoleculeId NetworkBuilder::addMolecule(const EndPoint& e, std::size_t line) {
   auto it = net_.nameIndex_.find(e.name);
-  if (it != net_.nameIndex_.end()) return it->second;
+  if (it != net_.nameIndex_.end()) {
+    const MoleculeId id = it->second;
+    Molecule& m = net_.molecules_[id - 1];
+    const auto fill = [](std::string& kept, std::string_view given) {
+      if (IsUnknownField(kept) && !IsUnknownField(given)) kept = given;
+    };
+    fill(m.accession, e.accession);
+    fill(m.extraId, e.extraId);
+    if (!IsUnknownField(e.moleculeType) && m.moleculeType != e.moleculeType) {
+      if (IsUnknownField(m.moleculeType)) {
+        m.moleculeType = e.moleculeType;
+      } else {
+        recordConflict(id, MoleculeConflict::Field::Type, e.moleculeType, line);
+      }
+    }
+    if (!IsUnknownField(e.location) && m.location != e.location) {
+      if (IsUnknownField(m.location)) {
+        m.location = e.location;
+      } else {
+        recordConflict(id, MoleculeConflict::Field::Location, e.location, line);
+      }
+    }
+    return id;
+  }
   Molecule m;
   m.id = static_cast<MoleculeId>(net_.molecules_.size() + 1);
   m.name = e.name;
@@ -45,8 +82,8 @@ MoleculeId NetworkBuilder::addMolecule(const EndPoint& e) {
 void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
                             std::string_view interactionType, PubmedId pubmedId, std::size_t line) {
   ++rows_;
-  const MoleculeId s = addMolecule(source);
-  const MoleculeId t = addMolecule(target);
+  const MoleculeId s = addMolecule(source, line);
+  const MoleculeId t = addMolecule(target, line);
   const auto [it, inserted] = net_.pairIndex_.try_emplace(
       Network::pairKey(s, t), static_cast<std::uint32_t>(net_.interactions_.size()));
   if (!inserted) {
@@ -176,6 +213,7 @@ Network NetworkBuilder::build() {
   Network result = std::move(net_);
   net_ = Network();
   rows_ = 0;
+  conflictIndex_.clear();
   return result;
 }
 

@@ -78,6 +78,16 @@ struct RowConflict {
   std::size_t line = 0;  // line of the repeated row in its file, 0 when unknown
 };
 
+// A row that names a known molecule with another type or location than the one kept.
+// Each distinct value of a molecule's field is recorded once, at its first row.
+struct MoleculeConflict {
+  MoleculeId molecule = 0;
+  enum class Field : std::uint8_t { Type, Location } field = Field::Type;
+  std::string value;     // the other value
+  std::size_t line = 0;  // its first row's line, 0 when unknown
+  std::size_t rows = 0;  // rows giving this value
+};
+
 class Network {
  public:
   Network() = default;
@@ -125,6 +135,7 @@ class Network {
   const Interaction* findInteraction(MoleculeId source, MoleculeId target) const;
 
   const std::vector<RowConflict>& conflicts() const { return conflicts_; }
+  const std::vector<MoleculeConflict>& moleculeConflicts() const { return moleculeConflicts_; }
 
  private:
   friend class NetworkBuilder;
@@ -148,6 +159,7 @@ class Network {
   std::vector<Molecule> molecules_;
   std::vector<Interaction> interactions_;
   std::vector<RowConflict> conflicts_;
+  std::vector<MoleculeConflict> moleculeConflicts_;
   absl::flat_hash_map<std::string, MoleculeId, NameHash, NameEq> nameIndex_;
   absl::flat_hash_map<std::uint64_t, std::uint32_t> pairIndex_;
   std::vector<MoleculeId> displayOrder_;
@@ -172,7 +184,9 @@ struct EndPoint {
 // Collects rows and freezes them into a Network.
 //
 // Merge rules: a molecule is created by the first row that names it, and that row's
-// fields win; a row repeating an ordered (source, target) pair adds its PubMed id to the
+// fields win, except that a field written "NA" (unknown) is filled by the first later row
+// that gives a value; a later row giving another type or location is recorded as a
+// MoleculeConflict. A row repeating an ordered (source, target) pair adds its PubMed id to the
 // existing interaction if the id is new, and changes nothing else.
 class NetworkBuilder {
  public:
@@ -184,9 +198,9 @@ class NetworkBuilder {
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
               std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
 
-  // Adds a molecule that may take part in no interaction (an existing name is kept as it
-  // is) and returns its id.
-  MoleculeId addMolecule(const EndPoint& e);
+  // Adds a molecule that may take part in no interaction and returns its id. An existing
+  // molecule keeps its fields, but those still "NA" (or empty) take the values given here.
+  MoleculeId addMolecule(const EndPoint& e, std::size_t line = 0);
 
   std::size_t rowCount() const { return rows_; }
   std::size_t interactionCount() const { return net_.interactions_.size(); }
@@ -196,9 +210,19 @@ class NetworkBuilder {
   Network build();
 
  private:
+  void recordConflict(MoleculeId id, MoleculeConflict::Field field, std::string_view value,
+                      std::size_t line);
+
   Network net_;
   std::size_t rows_ = 0;
+  // (molecule, field, value) already recorded as a conflict -> index in moleculeConflicts_.
+  absl::flat_hash_map<std::string, std::size_t> conflictIndex_;
 };
+
+// True for a field that says nothing: empty or "NA".
+inline bool IsUnknownField(std::string_view value) {
+  return value.empty() || value == "NA";
+}
 
 // Upper-cases ASCII letters; other bytes are kept. Used for the display order.
 std::string UpperCaseKey(std::string_view s);

@@ -11,19 +11,51 @@
 #include <vector>
 
 #include "model/network.h"
+#include "model/warnings.h"
 
 namespace tessel {
 
 // Sig: 13 blank-separated fields per line. Pairs: two fields (source, target). PsiMi: PSI-MI
-// XML 2.5 and 2.5.4. Mitab: PSI-MI TAB 2.5 to 2.8. Auto: chosen by DetectFormat.
-enum class NetworkFormat { Auto, Sig, Pairs, PsiMi, Mitab };
+// XML 2.5 and 2.5.4. Mitab: PSI-MI TAB 2.5 to 2.8. Table: CSV or TSV with a header row.
+// Sif: simple interaction format ("A rel B [C ...]"). Signor: SIGNOR's all-data and pathway
+// TSV files. OmniPath: the OmniPath interactions TSV. GraphMl: GraphML with node and edge
+// attributes. Auto: chosen by DetectFormat.
+enum class NetworkFormat { Auto, Sig, Pairs, PsiMi, Mitab, Table, Sif, Signor, OmniPath, GraphMl };
 
-// Parses "sig", "pairs", "psimi", "mitab" or "auto"; throws std::invalid_argument otherwise.
+// Parses "sig", "pairs", "psimi", "mitab", "table", "sif", "signor", "omnipath", "graphml" or
+// "auto"; throws std::invalid_argument otherwise.
 NetworkFormat ParseNetworkFormat(std::string_view name);
 std::string_view FormatName(NetworkFormat format);
+// Every name ParseNetworkFormat accepts, "auto" first.
+std::vector<std::string> FormatNames();
 
-// Non-fatal remarks made while reading (for example a PubMed id that is not a number).
-using Warnings = std::vector<std::string>;
+// Columns of a table file chosen by the user: each a column title (any letter case) or a
+// 1-based column number written in digits; empty means "found from the header".
+struct TableColumns {
+  std::string source;
+  std::string target;
+  std::string effect;
+  std::string interactionType;
+  std::string pubmed;
+  std::string sourceType;
+  std::string targetType;
+  std::string sourceLocation;
+  std::string targetLocation;
+  std::string sourceAccession;
+  std::string targetAccession;
+  bool any() const {
+    return !source.empty() || !target.empty() || !effect.empty() || !interactionType.empty() ||
+           !pubmed.empty() || !sourceType.empty() || !targetType.empty() ||
+           !sourceLocation.empty() || !targetLocation.empty() || !sourceAccession.empty() ||
+           !targetAccession.empty();
+  }
+};
+
+// How to read a network file.
+struct ReadOptions {
+  NetworkFormat format = NetworkFormat::Auto;
+  TableColumns columns;  // table files only; given columns make Auto mean Table
+};
 
 // The 13-column SIG format. `file` names the source in messages.
 Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings = nullptr);
@@ -40,9 +72,15 @@ Network ReadTwoColumnText(std::string_view text, const std::string& file,
 NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& path);
 
 // Reads a network file in the given (or detected) format. The PSI-MI readers are declared
-// in model/psimi.h.
+// in model/psimi.h, the table, SIF, SIGNOR and OmniPath readers in model/table_reader.h, the
+// GraphML reader in model/graphml.h.
 Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format = NetworkFormat::Auto,
                     Warnings* warnings = nullptr);
+Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
+                    Warnings* warnings = nullptr);
+// Reads network text already in memory, as LoadNetwork does with a file's contents.
+Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
+                        Warnings* warnings = nullptr);
 
 // The thirteen fields of one SIG data line. The views point into the strings of a Network
 // (or other storage) that outlives the row.
