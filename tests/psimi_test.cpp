@@ -45,7 +45,7 @@ std::set<std::string> Facts(const Network& net,
 
 void ExpectWarnings(const Warnings& warnings, std::initializer_list<const char*> expected) {
   std::string all;
-  for (const std::string& w : warnings) all += w + "\n";
+  for (const std::string& w : warnings.lines()) all += w + "\n";
   for (const char* e : expected) EXPECT_NE(all.find(e), std::string::npos) << e << "\n" << all;
 }
 

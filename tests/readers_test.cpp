@@ -171,7 +171,7 @@ TEST(SigReader, NonNumericPubmedIdReadsAsZeroWithAWarning) {
   const Network net = ReadSigText(SigRow("A", "B", "+", "PMID:123"), "w.sig", &warnings);
   EXPECT_EQ(net.interactions()[0].pubmedIds, std::vector<PubmedId>{0});
   ASSERT_EQ(warnings.size(), 1u);
-  EXPECT_NE(warnings[0].find("w.sig:1"), std::string::npos);
+  EXPECT_NE(warnings.lines()[0].find("w.sig:1"), std::string::npos);
 }
 
 TEST(SigReader, AwkwardButValidInput) {

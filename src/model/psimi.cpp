@@ -124,7 +124,9 @@ class BinaryCollector {
   Network finish(const std::string& file, Warnings* warnings) {
     if (warnings) {
       const auto warn = [&](std::size_t count, const std::string& what) {
-        if (count > 0) warnings->push_back(file + ": " + std::to_string(count) + " " + what);
+        if (count > 0) {
+          warnings->addCount(what.substr(0, 40), file, 0, std::to_string(count) + " " + what, 1);
+        }
       };
       const DropCounts& c = counts;
       warn(c.unnamedInteractors,
@@ -139,7 +141,9 @@ class BinaryCollector {
       warn(c.negative, "negative interaction(s) were dropped");
       warn(c.withoutPubmed,
            "interaction(s) without a PubMed id were left out (their molecules were kept)");
-      if (builder_.interactionCount() == 0) warnings->push_back(file + ": no interaction was read");
+      if (builder_.interactionCount() == 0) {
+        warnings->add("no interaction", file, 0, "no interaction was read");
+      }
     }
     return builder_.build();
   }

@@ -141,9 +141,9 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
     bool numeric = true;
     const PubmedId pubmed = ParsePubmedId(f[12], numeric);
     if (!numeric && warnings) {
-      warnings->push_back(file + ":" + std::to_string(lines.number()) + ": PubMed id \"" +
-                          Abbreviate(f[12], 40) + "\" is not a number; read as " +
-                          std::to_string(pubmed));
+      warnings->add("pubmed", file, lines.number(),
+                    "PubMed id \"" + Abbreviate(f[12], 40) + "\" is not a number; read as " +
+                        std::to_string(pubmed));
     }
     const EndPoint source{WithLetterPrefix(f[0], sourceBuffer), f[1], f[2], f[3], f[4]};
     const EndPoint target{WithLetterPrefix(f[5], targetBuffer), f[6], f[7], f[8], f[9]};

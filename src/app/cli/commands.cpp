@@ -43,10 +43,11 @@ Loaded Load(const CommonOptions& options) {
   const fs::path path = options.network;
   Network network = LoadNetwork(path, ParseNetworkFormat(options.format), &warnings);
   if (!options.quiet) {
-    const std::size_t shown = std::min<std::size_t>(warnings.size(), 5);
-    for (std::size_t k = 0; k < shown; ++k) std::cerr << "tessel: warning: " << warnings[k] << "\n";
-    if (warnings.size() > shown) {
-      std::cerr << "tessel: warning: " << warnings.size() - shown << " more warnings like these\n";
+    const std::vector<std::string> lines = warnings.lines();
+    const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
+    for (std::size_t k = 0; k < shown; ++k) std::cerr << "tessel: warning: " << lines[k] << "\n";
+    if (lines.size() > shown) {
+      std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
     }
   }
   const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");

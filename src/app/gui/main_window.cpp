@@ -61,10 +61,11 @@ QString Q(const std::string& s) {
 // The first few warnings of a load, and how many more there were.
 QStringList WarningNotes(const Warnings& warnings) {
   QStringList notes;
-  const std::size_t shown = std::min<std::size_t>(warnings.size(), 5);
-  for (std::size_t k = 0; k < shown; ++k) notes << Q(warnings[k]);
-  if (warnings.size() > shown) {
-    notes << QObject::tr("... and %1 more warnings like these").arg(warnings.size() - shown);
+  const std::vector<std::string> lines = warnings.lines();
+  const std::size_t shown = std::min<std::size_t>(lines.size(), 8);
+  for (std::size_t k = 0; k < shown; ++k) notes << Q(lines[k]);
+  if (lines.size() > shown) {
+    notes << QObject::tr("... and %1 more kinds of warning").arg(lines.size() - shown);
   }
   return notes;
 }
@@ -89,7 +90,7 @@ LoadedNetwork ReadNetwork(const QString& file, NetworkFormat format, const QStri
     notes << QObject::tr("Wrote the default colours table %1.")
                  .arg(QDir(output).filePath(Q(std::string(kColorTableFileName))));
   }
-  return {std::move(network), std::move(colors), std::move(notes), warnings.size()};
+  return {std::move(network), std::move(colors), std::move(notes), warnings.total()};
 }
 
 std::uint64_t NewSeed() {
