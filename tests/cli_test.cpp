@@ -289,5 +289,34 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
   EXPECT_EQ(RunTessel(dir, {"propagate", "--condition", "Type", lbc}).exitCode, 2);
 }
 
+TEST(Cli, StatsAgreeWhateverFormatTheNetworkIsWrittenIn) {
+  // One small EGF pathway written by hand in each format: the figures must not depend on
+  // the reader. SIF carries no types, locations or references, MITAB no types or locations.
+  test::ScratchDir dir;
+  const fs::path data = test::SourceDir() / "tests" / "data" / "formats";
+  const auto stats = [&](const std::string& file) {
+    const RunResult r =
+        RunTessel(dir, {"stats", "--json", "-o", (dir / "o").string(), (data / file).string()});
+    EXPECT_EQ(r.exitCode, 0) << file << ": " << r.err;
+    EXPECT_EQ(r.err.find("warning"), std::string::npos) << file << ": " << r.err;
+    nlohmann::json j = nlohmann::json::parse(r.out);
+    j.erase("page");
+    return j;
+  };
+  const nlohmann::json sig = stats("egf.sig");
+  EXPECT_EQ(sig["molecules"], 12);
+  EXPECT_EQ(sig["effects"], nlohmann::json::parse(R"({"+": 10, "_": 3, "0": 1})"));
+  const auto without = [](nlohmann::json j, std::initializer_list<const char*> keys) {
+    for (const char* key : keys) j.erase(key);
+    return j;
+  };
+  EXPECT_EQ(stats("egf.csv"), sig);
+  EXPECT_EQ(stats("egf.graphml"), sig);
+  EXPECT_EQ(without(stats("egf_mitab28.txt"), {"types", "locations", "interaction_types"}),
+            without(sig, {"types", "locations", "interaction_types"}));
+  EXPECT_EQ(without(stats("egf.sif"), {"types", "locations", "interaction_types", "references"}),
+            without(sig, {"types", "locations", "interaction_types", "references"}));
+}
+
 }  // namespace
 }  // namespace tessel

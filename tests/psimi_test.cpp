@@ -155,6 +155,52 @@ TEST(Mitab, ColumnVariantsAndBadLines) {
             "9: a:1\tb:2: 2 column(s); PSI-MI TAB lines have at least 15");
 }
 
+TEST(Mitab, CausalStatementsOfVersion28GiveTheSign) {
+  // Children of "up regulates" (MI:2235) and "down regulates" (MI:2240) count like their
+  // parents; the causal mechanism (column 45) becomes the interaction type.
+  std::string text =
+      test::ReadFile(test::SourceDir() / "tests" / "data" / "formats" / "egf_mitab28.txt");
+  Warnings warnings;
+  Network net = ReadMitabText(text, "egf.txt", &warnings);
+  EXPECT_TRUE(warnings.empty()) << warnings.lines().front();
+  const auto effect = [&net](const char* s, const char* t) {
+    const Interaction* i = net.findInteraction(net.findId(s), net.findId(t));
+    return i == nullptr ? std::string("none") : i->effect;
+  };
+  EXPECT_EQ(effect("EGF", "EGFR"), "+");
+  EXPECT_EQ(effect("MAPK1", "SOS1"), "_");
+  EXPECT_EQ(effect("PTPN11", "EGFR"), "_");
+  EXPECT_EQ(effect("ERBB2", "EGFR"), "0");
+  // Statements given by their words only, a mechanism, and a statement without a sign.
+  std::vector<std::string> columns(46, "-");
+  columns[0] = "uniprotkb:P1";
+  columns[1] = "uniprotkb:P2";
+  columns[8] = "pubmed:1";
+  columns[13] = "x:1";
+  columns[44] = "psi-mi:\"MI:2247\"(transcriptional regulation)";
+  columns[45] = "psi-mi:\"MI:9999\"(down regulates quantity by repression)";
+  std::string row;
+  for (const std::string& c : columns) row += c + "\t";
+  row.back() = '\n';
+  text = row;
+  columns[13] = "x:2";
+  columns[1] = "uniprotkb:P3";
+  columns[45] = "psi-mi:\"MI:2233\"(causal interaction)";
+  row.clear();
+  for (const std::string& c : columns) row += c + "\t";
+  row.back() = '\n';
+  text += row + row;
+  text.replace(text.rfind("x:2"), 3, "x:3");
+  warnings = {};
+  net = ReadMitabText(text, "words.txt", &warnings);
+  EXPECT_EQ(SigText(net),
+            "P1 P1 NA NA NA P2 P2 NA NA NA _ transcriptional_regulation 1\n"
+            "P1 P1 NA NA NA P3 P3 NA NA NA 0 transcriptional_regulation 1\n");
+  ASSERT_EQ(warnings.size(), 1u);
+  EXPECT_EQ(warnings.entries()[0].line, 2u);
+  EXPECT_EQ(warnings.entries()[0].count, 2u);
+}
+
 TEST(PsiMiFiles, EveryExampleFileLoadsThroughDetection) {
   for (const char* folder : {"psimi", "mitab"}) {
     for (const auto& entry : fs::directory_iterator(test::SharedDataDir() / folder)) {

@@ -69,6 +69,34 @@ TEST(NetworkMerge, MoleculeFieldsComeFromTheFirstRowNamingIt) {
   EXPECT_EQ(ca->targetLocation, "Nucleus");
 }
 
+TEST(NetworkMerge, UnknownFieldsAreFilledByLaterRowsAndDisagreementsRecorded) {
+  // A transcription factor first met as a target (type NA) takes its type from the first
+  // row that gives one; later rows naming another type are kept as conflicts, not applied.
+  const Network net = ReadSigText(
+      "A NA NA Kinase Cytosol TF1 NA NA NA NA + NA 1\n"
+      "TF1 Q1 NA TF Nucleus B NA NA NA NA + NA 2\n"
+      "TF1 Q2 NA Protein Nucleus C NA NA NA Cytosol + NA 3\n"
+      "D NA NA Kinase NA TF1 NA NA Protein Cytosol + NA 4\n"
+      "E NA NA Kinase NA TF1 NA NA Protein Cytosol + NA 5\n",
+      "fill.sig");
+  const Molecule& tf = net.molecule(net.findId("TF1"));
+  EXPECT_EQ(tf.moleculeType, "TF");
+  EXPECT_EQ(tf.location, "Nucleus");
+  EXPECT_EQ(tf.accession, "Q1");  // filled once, not overwritten by Q2
+  EXPECT_EQ(net.molecule(net.findId("C")).location, "Cytosol");
+  ASSERT_EQ(net.moleculeConflicts().size(), 2u);
+  const MoleculeConflict& type = net.moleculeConflicts()[0];
+  EXPECT_EQ(type.field, MoleculeConflict::Field::Type);
+  EXPECT_EQ(type.value, "Protein");
+  EXPECT_EQ(type.line, 3u);
+  EXPECT_EQ(type.rows, 3u);
+  const MoleculeConflict& location = net.moleculeConflicts()[1];
+  EXPECT_EQ(location.field, MoleculeConflict::Field::Location);
+  EXPECT_EQ(location.value, "Cytosol");
+  EXPECT_EQ(location.line, 4u);
+  EXPECT_EQ(location.rows, 2u);
+}
+
 TEST(NetworkIds, CreationOrderIdsAndCaseInsensitiveStableDisplayOrder) {
   const Network net = NetworkFromEdges("beta Alpha +\nBETA gamma +\nalpha Beta 0\n");
   EXPECT_EQ(Names(net, std::vector<MoleculeId>{1, 2, 3, 4, 5}),
@@ -174,6 +202,45 @@ TEST(SigReader, NonNumericPubmedIdReadsAsZeroWithAWarning) {
   EXPECT_NE(warnings.lines()[0].find("w.sig:1"), std::string::npos);
 }
 
+TEST(SigReader, UnknownEffectsAreKeptAndCountedWithTheirFirstLine) {
+  Warnings warnings;
+  const Network net = ReadSigText(SigRow("A", "B", "+", "1") + SigRow("B", "C", "-", "2") +
+                                      SigRow("C", "D", "-", "3") + SigRow("D", "E", "?", "4"),
+                                  "minus.sig", &warnings);
+  EXPECT_EQ(net.findInteraction(net.findId("B"), net.findId("C"))->effect, "-");
+  ASSERT_EQ(warnings.size(), 2u);
+  EXPECT_EQ(warnings.entries()[0].line, 2u);
+  EXPECT_EQ(warnings.entries()[0].count, 2u);
+  EXPECT_EQ(warnings.entries()[1].line, 4u);
+  const std::vector<std::string> lines = warnings.lines();
+  EXPECT_EQ(lines[0].rfind("minus.sig:2: effect \"-\"", 0), 0u) << lines[0];
+  EXPECT_NE(lines[0].find("did you mean \"_\"?"), std::string::npos) << lines[0];
+  EXPECT_NE(lines[0].find("on 2 rows"), std::string::npos) << lines[0];
+  EXPECT_EQ(lines[1].find("did you mean"), std::string::npos) << lines[1];
+}
+
+TEST(SigReader, AHeaderLineIsAnErrorButADataLineWithOddFieldsIsNot) {
+  const std::string header =
+      "source source_acc x source_type source_loc target target_acc y target_type target_loc "
+      "effect type pmid\n";
+  for (const std::string& text : {header + SigRow("A", "B", "+", "1"), "\n\n" + header}) {
+    try {
+      ReadSigText(text, "header.sig");
+      FAIL() << text;
+    } catch (const InputError& e) {
+      EXPECT_EQ(e.line(), text.front() == '\n' ? 3u : 1u);
+      EXPECT_NE(e.message().find("column titles"), std::string::npos) << e.message();
+    }
+  }
+  // A PubMed id that is not a number on a row with an effect is data, with a warning; so is
+  // an unknown effect with a numeric id; and a title-like line after the first is data too.
+  Warnings warnings;
+  EXPECT_EQ(ReadSigText(SigRow("A", "B", "+", "NA") + SigRow("B", "C", "acts", "7") + header,
+                        "data.sig", &warnings)
+                .interactionCount(),
+            3u);
+}
+
 TEST(SigReader, AwkwardButValidInput) {
   // CRLF line ends, tabs, a very long name, names with path characters and markup.
   const std::string longName(1 << 20, 'x');
@@ -235,6 +302,17 @@ TEST(TwoColumnReader, DefaultsMergeAndColumnErrors) {
                                "function only accepts text files with 2 columns in each row!"),
               std::string::npos);
   }
+  // A title line is refused rather than read as a pair of molecules named "source" and
+  // "target"; two ordinary names are not titles.
+  for (const char* text : {"source\ttarget\nA B\n", "\nFrom To\nA B\n"}) {
+    try {
+      ReadTwoColumnText(text, "titled.txt");
+      FAIL() << text;
+    } catch (const InputError& e) {
+      EXPECT_NE(e.message().find("column titles"), std::string::npos) << e.message();
+    }
+  }
+  EXPECT_EQ(ReadTwoColumnText("source B\nB target\n", "t.txt").interactionCount(), 2u);
 }
 
 TEST(FormatDetection, ExtensionAndContent) {

@@ -81,6 +81,12 @@ std::string PairwisePage(const Network& net, ValidationSummary& counts) {
          (reversed.empty()
               ? "There are no cases where the source and the target are in opposite places.<br>\n"
               : reversed) +
+         // The networks here use only "+" and give no types or locations, so the two newer
+         // sections find nothing.
+         "\n<br>\n<h4>Effects other than + (activation), _ (inhibition) and 0 (binding)</h4>\n"
+         "All interactions have the effect +, _ or 0.<br><br>\n"
+         "<h4>Molecules whose rows give different types or locations</h4>\n"
+         "Every molecule has the same type and location in all its rows.<br>\n"
          "</body></html>";
 }
 
@@ -109,6 +115,18 @@ TEST(Validation, GoldenPages) {
   EXPECT_EQ(Counts(summary), std::make_tuple(2u, 4u, 2u, 4u));
   const Network lbc = LoadNetwork(test::SharedDataDir() / "networks" / "signor_lbc.sig");
   EXPECT_EQ(ValidationPage(lbc), test::ReadFile(test::GoldenDir() / "validation_signor_lbc.htm"));
+}
+
+TEST(Validation, UnknownEffectsAndDisagreeingMoleculeFieldsAreListed) {
+  // "-" and "inhibits" are kept as read (and reported); GRB2's unknown type and location
+  // are filled by its second row; the other rows that disagree are listed with their lines.
+  ValidationSummary summary;
+  const Network net = LoadNetwork(test::SourceDir() / "tests" / "data" / "validation_fields.sig");
+  EXPECT_EQ(net.molecule(net.findId("GRB2")).moleculeType, "Adaptor");
+  EXPECT_EQ(ValidationPage(net, &summary),
+            test::ReadFile(test::GoldenDir() / "validation_fields.htm"));
+  EXPECT_EQ(summary.unknownEffects, 3u);
+  EXPECT_EQ(summary.moleculeConflicts, 4u);
 }
 
 TEST(Validation, EscapesNamesCodesAndEffects) {

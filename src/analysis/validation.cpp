@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/effects.h"
 #include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
@@ -227,6 +228,77 @@ void WriteReversedPairs(const Network& network, std::string& page, ValidationSum
   if (summary.reversedPairs == 0) page += kNoReversedPairs;
 }
 
+// Interactions whose effect is none of "+", "_" and "0", grouped by effect, in order of
+// first appearance. Such effects are kept as read, but loop and path signs count only "_"
+// as an inhibition, so a file that writes inhibitions as "-" needs to be told.
+void WriteUnknownEffects(const Network& network, std::string& page, ValidationSummary& summary) {
+  struct Group {
+    std::string_view effect;
+    std::vector<std::uint32_t> interactions;
+  };
+  std::vector<Group> groups;
+  const auto& interactions = network.interactions();
+  for (std::uint32_t k = 0; k < interactions.size(); ++k) {
+    const std::string_view effect = interactions[k].effect;
+    if (IsKnownEffect(effect)) continue;
+    auto it = std::find_if(groups.begin(), groups.end(),
+                           [&](const Group& g) { return g.effect == effect; });
+    if (it == groups.end()) it = groups.insert(groups.end(), Group{effect, {}});
+    it->interactions.push_back(k);
+    ++summary.unknownEffects;
+  }
+  page += "<br>\n<h4>Effects other than + (activation), _ (inhibition) and 0 (binding)</h4>\n";
+  constexpr std::size_t kShown = 20;
+  for (const Group& g : groups) {
+    page += "The effect ";
+    page += HtmlEscape(g.effect);
+    page += " is used by " + std::to_string(g.interactions.size()) + " interaction";
+    if (g.interactions.size() != 1) page += "s";
+    page += "; loop and path signs count only _ as an inhibition";
+    if (const auto meant = EffectFromWord(g.effect)) {
+      page += " (other formats read it as ";
+      page += HtmlEscape(*meant);
+      page += ")";
+    }
+    page += ":";
+    for (std::size_t n = 0; n < g.interactions.size() && n < kShown; ++n) {
+      const Interaction& i = interactions[g.interactions[n]];
+      page += n == 0 ? " " : ", ";
+      page += HtmlEscape(network.sourceName(i));
+      page += " to ";
+      page += HtmlEscape(network.targetName(i));
+    }
+    if (g.interactions.size() > kShown) {
+      page += " and " + std::to_string(g.interactions.size() - kShown) + " more";
+    }
+    page += ".<br><br>\n";
+  }
+  if (groups.empty()) page += "All interactions have the effect +, _ or 0.<br><br>\n";
+}
+
+// Molecules named by several rows with different types or locations: the first row's value
+// is kept (an "NA" is filled by a later row), the others are listed here.
+void WriteMoleculeConflicts(const Network& network, std::string& page, ValidationSummary& summary) {
+  page += "<h4>Molecules whose rows give different types or locations</h4>\n";
+  for (const MoleculeConflict& c : network.moleculeConflicts()) {
+    const Molecule& m = network.molecule(c.molecule);
+    const bool type = c.field == MoleculeConflict::Field::Type;
+    page += HtmlEscape(m.name);
+    page += type ? " has the type " : " has the location ";
+    page += HtmlEscape(type ? m.moleculeType : m.location);
+    page += ", but ";
+    page += std::to_string(c.rows);
+    page += c.rows == 1 ? " row gives " : " rows give ";
+    page += HtmlEscape(c.value);
+    if (c.line > 0) page += " (first on line " + std::to_string(c.line) + ")";
+    page += ".<br>\n";
+    ++summary.moleculeConflicts;
+  }
+  if (summary.moleculeConflicts == 0) {
+    page += "Every molecule has the same type and location in all its rows.<br>\n";
+  }
+}
+
 }  // namespace
 
 std::string ValidationPage(const Network& network, ValidationSummary* summary) {
@@ -236,6 +308,9 @@ std::string ValidationPage(const Network& network, ValidationSummary* summary) {
   WriteCodeConflicts(network, page, counts);
   WriteEffectConflicts(network, page, counts);
   WriteReversedPairs(network, page, counts);
+  page += "\n";
+  WriteUnknownEffects(network, page, counts);
+  WriteMoleculeConflicts(network, page, counts);
   page += "</body></html>";
   if (summary != nullptr) *summary = counts;
   return page;

@@ -1,5 +1,6 @@
 // The validation report: self-interactions, molecules named alike with different codes,
-// repeated interactions with different effects or types, and reversed pairs.
+// repeated interactions with different effects or types, reversed pairs, effects other than
+// "+", "_" and "0", and molecules whose rows disagree on type or location.
 #pragma once
 
 #include <filesystem>
@@ -18,6 +19,8 @@ struct ValidationSummary {
   std::size_t codeConflicts = 0;
   std::size_t effectConflicts = 0;
   std::size_t reversedPairs = 0;
+  std::size_t unknownEffects = 0;     // interactions whose effect is not +, _ or 0
+  std::size_t moleculeConflicts = 0;  // other types or locations given for a molecule
 };
 
 // The HTML text of "validation.htm".

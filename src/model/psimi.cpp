@@ -10,6 +10,7 @@
 #include <absl/container/flat_hash_set.h>
 #include <pugixml.hpp>
 
+#include "model/effects.h"
 #include "util/error.h"
 #include "util/text.h"
 
@@ -108,7 +109,7 @@ class BinaryCollector {
  public:
   DropCounts counts;
 
-  void add(const Partner& a, const Partner& b, std::string_view type,
+  void add(const Partner& a, const Partner& b, std::string_view effect, std::string_view type,
            const std::vector<PubmedId>& pubmedIds, std::size_t line) {
     const EndPoint source{a.name, a.accession};
     const EndPoint target{b.name, b.accession};
@@ -118,7 +119,12 @@ class BinaryCollector {
       builder_.addMolecule(target);
       return;
     }
-    for (const PubmedId id : pubmedIds) builder_.addRow(source, target, "0", type, id, line);
+    for (const PubmedId id : pubmedIds) builder_.addRow(source, target, effect, type, id, line);
+  }
+
+  // A causal statement that gives no sign: read as "0", reported once per statement.
+  void unknownStatement(std::string_view statement, std::size_t line) {
+    unknownStatements_.emplace_back(statement, line);
   }
 
   Network finish(const std::string& file, Warnings* warnings) {
@@ -141,6 +147,11 @@ class BinaryCollector {
       warn(c.negative, "negative interaction(s) were dropped");
       warn(c.withoutPubmed,
            "interaction(s) without a PubMed id were left out (their molecules were kept)");
+      for (const auto& [statement, line] : unknownStatements_) {
+        warnings->add(
+            "causal\t" + statement, file, line,
+            "causal statement \"" + Abbreviate(statement, 60) + "\" gives no sign; read as \"0\"");
+      }
       if (builder_.interactionCount() == 0) {
         warnings->add("no interaction", file, 0, "no interaction was read");
       }
@@ -150,6 +161,7 @@ class BinaryCollector {
 
  private:
   NetworkBuilder builder_;
+  std::vector<std::pair<std::string, std::size_t>> unknownStatements_;
 };
 
 // ---------------------------------------------------------------------------------------
@@ -433,7 +445,7 @@ class PsiMiXmlReader {
     const pugi::xml_node typeNames = Child(Child(interaction, "interactionType"), "names");
     std::string_view typeText = Trim(TextOf(Child(typeNames, "fullName")));
     if (typeText.empty()) typeText = TextOf(Child(typeNames, "shortLabel"));
-    out_.add(*a, *b, TypeWord(typeText), pubmedIds, lineOf(interaction));
+    out_.add(*a, *b, "0", TypeWord(typeText), pubmedIds, lineOf(interaction));
   }
 
   LineIndex lines_;
@@ -535,6 +547,23 @@ MitabEntry ParseEntry(std::string_view entry) {
     e.value = Unquote(head);
   }
   return e;
+}
+
+// The sign of a MITAB 2.8 causal statement: "up regulates" (MI:2235) and its children
+// MI:2236-MI:2239 give "+", "down regulates" (MI:2240) and MI:2241-MI:2244 give "_"; other
+// statements are read by their words. Empty when the statement gives no sign.
+std::string_view CausalEffect(const MitabEntry& statement) {
+  const std::string_view id = statement.value;
+  if (id.size() == 7 && EqualsNoCase(id.substr(0, 3), "MI:")) {
+    int number = 0;
+    const auto [end, ec] = std::from_chars(id.data() + 3, id.data() + id.size(), number);
+    if (ec == std::errc() && end == id.data() + id.size()) {
+      if (number >= 2235 && number <= 2239) return "+";
+      if (number >= 2240 && number <= 2244) return "_";
+    }
+  }
+  if (const auto effect = EffectFromWord(statement.description)) return *effect;
+  return {};
 }
 
 // The molecule of one side of a row, from its identifier, alternative ids and aliases.
@@ -723,12 +752,29 @@ Network ReadMitabText(std::string_view text, const std::string& file, Warnings* 
       const MitabEntry e = ParseEntry(types.front());
       type = TypeWord(e.description.empty() ? e.value : e.description);
     }
+    // MITAB 2.8 adds the causal regulatory mechanism (column 45), which says more about a
+    // causal interaction than its interaction type, and the causal statement (column 46),
+    // which gives its sign.
+    std::string_view effect = "0";
+    if (f.size() > 45) {
+      if (const auto mechanisms = SplitEntries(f[44]); !mechanisms.empty()) {
+        const MitabEntry e = ParseEntry(mechanisms.front());
+        type = TypeWord(e.description.empty() ? e.value : e.description);
+      }
+      if (const auto statements = SplitEntries(f[45]); !statements.empty()) {
+        effect = CausalEffect(ParseEntry(statements.front()));
+        if (effect.empty()) {
+          effect = "0";
+          out.unknownStatement(f[45], row.line);
+        }
+      }
+    }
     std::vector<PubmedId> pubmedIds;
     for (const std::string_view entry : SplitEntries(f[8])) {
       const MitabEntry e = ParseEntry(entry);
       if (EqualsNoCase(e.db, "pubmed")) AddPubmedId(pubmedIds, PositivePubmedId(e.value));
     }
-    out.add(a, b, type, pubmedIds, row.line);
+    out.add(a, b, effect, type, pubmedIds, row.line);
   }
   return out.finish(file, warnings);
 }

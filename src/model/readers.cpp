@@ -5,7 +5,10 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "model/effects.h"
+#include "model/graphml.h"
 #include "model/psimi.h"
+#include "model/table_reader.h"
 #include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
@@ -88,6 +91,51 @@ std::string_view WithLetterPrefix(std::string_view name, std::string& buffer) {
   return buffer;
 }
 
+// Words that title a source or a target column. A two-column file whose first line holds
+// two of them has a header, which would otherwise load as an interaction.
+bool IsEndPointTitle(std::string_view word) {
+  static constexpr std::string_view kTitles[] = {"source",
+                                                 "target",
+                                                 "from",
+                                                 "to",
+                                                 "node1",
+                                                 "node2",
+                                                 "regulator",
+                                                 "regulated",
+                                                 "tf",
+                                                 "gene",
+                                                 "gene1",
+                                                 "gene2",
+                                                 "interactor_a",
+                                                 "interactor_b",
+                                                 "source_genesymbol",
+                                                 "target_genesymbol",
+                                                 "protein1",
+                                                 "protein2",
+                                                 "entitya",
+                                                 "entityb",
+                                                 "target_gene",
+                                                 "source_name",
+                                                 "target_name"};
+  const std::string key = UpperCaseKey(word);
+  for (const std::string_view title : kTitles) {
+    if (key == UpperCaseKey(title)) return true;
+  }
+  return false;
+}
+
+// Says what a known effect word means, for the warning about an effect SIG does not know.
+std::string UnknownEffectMessage(std::string_view effect) {
+  std::string message = "effect \"" + Abbreviate(effect, 40) +
+                        "\" is none of \"+\" (activation), \"_\" (inhibition), \"0\" "
+                        "(binding): kept as read and listed in the validation report; loop and "
+                        "path signs count only \"_\" as an inhibition";
+  if (const auto meant = EffectFromWord(effect)) {
+    message += " (did you mean \"" + std::string(*meant) + "\"?)";
+  }
+  return message;
+}
+
 [[noreturn]] void ColumnError(const std::string& file, std::size_t line, std::string_view text,
                               std::string_view message) {
   throw InputError(file, line,
@@ -96,29 +144,35 @@ std::string_view WithLetterPrefix(std::string_view name, std::string& buffer) {
 
 }  // namespace
 
+namespace {
+
+constexpr std::pair<NetworkFormat, std::string_view> kFormatNames[] = {
+    {NetworkFormat::Auto, "auto"},         {NetworkFormat::Sig, "sig"},
+    {NetworkFormat::Pairs, "pairs"},       {NetworkFormat::PsiMi, "psimi"},
+    {NetworkFormat::Mitab, "mitab"},       {NetworkFormat::Table, "table"},
+    {NetworkFormat::Sif, "sif"},           {NetworkFormat::Signor, "signor"},
+    {NetworkFormat::OmniPath, "omnipath"}, {NetworkFormat::GraphMl, "graphml"}};
+
+}  // namespace
+
 NetworkFormat ParseNetworkFormat(std::string_view name) {
-  if (name == "auto") return NetworkFormat::Auto;
-  if (name == "sig") return NetworkFormat::Sig;
-  if (name == "pairs") return NetworkFormat::Pairs;
-  if (name == "psimi") return NetworkFormat::PsiMi;
-  if (name == "mitab") return NetworkFormat::Mitab;
+  for (const auto& [format, text] : kFormatNames) {
+    if (name == text) return format;
+  }
   throw std::invalid_argument("unknown network format: " + std::string(name));
 }
 
 std::string_view FormatName(NetworkFormat format) {
-  switch (format) {
-    case NetworkFormat::Auto:
-      return "auto";
-    case NetworkFormat::Sig:
-      return "sig";
-    case NetworkFormat::Pairs:
-      return "pairs";
-    case NetworkFormat::PsiMi:
-      return "psimi";
-    case NetworkFormat::Mitab:
-      return "mitab";
+  for (const auto& [f, text] : kFormatNames) {
+    if (f == format) return text;
   }
   return "auto";
+}
+
+std::vector<std::string> FormatNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : kFormatNames) names.emplace_back(entry.second);
+  return names;
 }
 
 Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings) {
@@ -128,18 +182,32 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
   std::array<std::string_view, 13> f;
   std::string sourceBuffer, targetBuffer;
   bool ended = false;  // a row naming "na" ends the data; later lines are still checked
+  bool first = true;
   LineCursor lines(text);
   std::string_view line;
   while (lines.next(line)) {
     const std::size_t count = SplitLine(line, f);
     if (count == 0) continue;
     if (count != 13) ColumnError(file, lines.number(), line, kSigColumnMessage);
+    bool numeric = true;
+    const PubmedId pubmed = ParsePubmedId(f[12], numeric);
+    // A column-title line: its PubMed field is no number and its effect no effect.
+    if (first && !numeric && !IsKnownEffect(f[10]) && !EffectFromWord(f[10])) {
+      throw InputError(file, lines.number(),
+                       "the first line looks like a row of column titles (\"" +
+                           Abbreviate(line, 60) +
+                           "\"), not an interaction: remove it, or read a table with a header "
+                           "row with --format table");
+    }
+    first = false;
     if (ended || f[0] == "na" || f[5] == "na") {
       ended = true;
       continue;
     }
-    bool numeric = true;
-    const PubmedId pubmed = ParsePubmedId(f[12], numeric);
+    if (!IsKnownEffect(f[10]) && warnings) {
+      warnings->add("effect\t" + std::string(f[10]), file, lines.number(),
+                    UnknownEffectMessage(f[10]));
+    }
     if (!numeric && warnings) {
       warnings->add("pubmed", file, lines.number(),
                     "PubMed id \"" + Abbreviate(f[12], 40) + "\" is not a number; read as " +
@@ -160,12 +228,20 @@ Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnin
   NetworkBuilder builder;
   std::array<std::string_view, 2> f;
   bool ended = false;
+  bool first = true;
   LineCursor lines(text);
   std::string_view line;
   while (lines.next(line)) {
     const std::size_t count = SplitLine(line, f);
     if (count == 0) continue;
     if (count != 2) ColumnError(file, lines.number(), line, kPairsColumnMessage);
+    if (first && IsEndPointTitle(f[0]) && IsEndPointTitle(f[1])) {
+      throw InputError(file, lines.number(),
+                       "the first line looks like column titles (\"" + Abbreviate(line, 60) +
+                           "\"), not a pair of molecules: remove it, or read the file with "
+                           "--format table");
+    }
+    first = false;
     if (ended || f[0] == "na" || f[1] == "na") {
       ended = true;
       continue;
@@ -199,12 +275,19 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
   std::size_t start = 0;
   if (text.substr(0, 3) == "\xEF\xBB\xBF") start = 3;
   while (start < text.size() && (IsBlank(text[start]) || text[start] == '\n')) ++start;
-  // XML: a declaration, a comment or DOCTYPE, or the root element itself. No SIG or
-  // two-column name starts with "<", so any markup goes to the XML reader, which names
-  // what it does not understand.
-  if (start < text.size() && text[start] == '<') return NetworkFormat::PsiMi;
-  std::string ext = path.extension().string();
-  if (UpperCaseKey(ext) == ".SIG") return NetworkFormat::Sig;
+  const std::string ext = UpperCaseKey(path.extension().string());
+  // Markup: GraphML or PSI-MI XML. No other format's first character is "<"; the XML readers
+  // name what they do not understand.
+  if (start < text.size() && text[start] == '<') {
+    const std::string_view head = text.substr(start, 4096);
+    if (ext == ".GRAPHML" || head.find("<graphml") != std::string_view::npos) {
+      return NetworkFormat::GraphMl;
+    }
+    return NetworkFormat::PsiMi;
+  }
+  if (ext == ".SIG") return NetworkFormat::Sig;
+  if (ext == ".GRAPHML") return NetworkFormat::GraphMl;
+  if (ext == ".SIF") return NetworkFormat::Sif;
   LineCursor lines(text.substr(start));
   std::string_view line;
   while (lines.next(line)) {
@@ -216,19 +299,23 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
     }
     if (LooksLikeMitabRow(line)) return NetworkFormat::Mitab;
     std::array<std::string_view, 2> f;
-    const std::size_t count = SplitLine(line, f);
-    if (count == 0) continue;
-    return count == 2 ? NetworkFormat::Pairs : NetworkFormat::Sig;
+    if (SplitLine(line, f) == 0) continue;
+    break;
   }
+  // Tables with a header, SIGNOR and OmniPath downloads, SIF.
+  if (const auto tabular = DetectTabularFormat(text.substr(start))) return *tabular;
+  if (ext == ".CSV" || ext == ".TSV") return NetworkFormat::Table;
+  std::array<std::string_view, 2> f;
+  if (SplitLine(line, f) == 2) return NetworkFormat::Pairs;
   return NetworkFormat::Sig;
 }
 
-Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, Warnings* warnings) {
-  const std::string text = ReadWholeFile(path);
-  const std::string file = path.string();
+Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
+                        Warnings* warnings) {
+  NetworkFormat format = options.format;
   if (format == NetworkFormat::Auto) {
     CheckIsText(text, file);
-    format = DetectFormat(text, path);
+    format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
   }
   switch (format) {
     case NetworkFormat::Sig:
@@ -239,10 +326,31 @@ Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, War
       return ReadPsiMiXml(text, file, warnings);
     case NetworkFormat::Mitab:
       return ReadMitabText(text, file, warnings);
+    case NetworkFormat::Table:
+      return ReadTableText(text, file, options.columns, warnings);
+    case NetworkFormat::Sif:
+      return ReadSifText(text, file, warnings);
+    case NetworkFormat::Signor:
+      return ReadSignorText(text, file, warnings);
+    case NetworkFormat::OmniPath:
+      return ReadOmniPathText(text, file, warnings);
+    case NetworkFormat::GraphMl:
+      return ReadGraphMlText(text, file, warnings);
     case NetworkFormat::Auto:
       break;
   }
   throw InputError(file, 0, "unknown network format");
+}
+
+Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
+                    Warnings* warnings) {
+  return ReadNetworkText(ReadWholeFile(path), path.string(), options, warnings);
+}
+
+Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, Warnings* warnings) {
+  ReadOptions options;
+  options.format = format;
+  return LoadNetwork(path, options, warnings);
 }
 
 SigRow FirstRowOf(const Network& network, const Interaction& i) {

@@ -1,6 +1,5 @@
 #include "model/warnings.h"
 
-
 namespace tessel {
 
 void Warnings::add(std::string_view key, const std::string& file, std::size_t line,
@@ -33,7 +32,7 @@ std::string FormatWarning(const Warnings::Entry& e) {
   if (e.line > 0) text += ":" + std::to_string(e.line);
   text += ": " + e.message;
   if (e.count > 1) {
-    text += " (" + std::to_string(e.count) + " times; the first is shown)";
+    text += " (on " + std::to_string(e.count) + " rows; the first is shown)";
   }
   return text;
 }

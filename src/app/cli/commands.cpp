@@ -6,6 +6,7 @@
 #include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <random>
 #include <stdexcept>
 
@@ -19,6 +20,7 @@
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
 #include "output/drawing.h"
+#include "output/exchange.h"
 #include "output/exports.h"
 #include "output/matrix.h"
 #include "output/website.h"
@@ -41,7 +43,14 @@ struct Loaded {
 Loaded Load(const CommonOptions& options) {
   Warnings warnings;
   const fs::path path = options.network;
-  Network network = LoadNetwork(path, ParseNetworkFormat(options.format), &warnings);
+  ReadOptions read;
+  read.format = ParseNetworkFormat(options.format);
+  read.columns = options.columns;
+  if (read.columns.any() && read.format != NetworkFormat::Auto &&
+      read.format != NetworkFormat::Table) {
+    throw std::invalid_argument("column options (--source-col, ...) are for --format table");
+  }
+  Network network = LoadNetwork(path, read, &warnings);
   if (!options.quiet) {
     const std::vector<std::string> lines = warnings.lines();
     const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
@@ -117,6 +126,8 @@ int RunValidate(const CommonOptions& options) {
     j["code_conflicts"] = summary.codeConflicts;
     j["effect_conflicts"] = summary.effectConflicts;
     j["reversed_pairs"] = summary.reversedPairs;
+    j["unknown_effects"] = summary.unknownEffects;
+    j["molecule_conflicts"] = summary.moleculeConflicts;
     j["page"] = page.string();
     Print(j);
   } else {
@@ -124,6 +135,8 @@ int RunValidate(const CommonOptions& options) {
               << "\nSame name, different codes: " << summary.codeConflicts
               << "\nSame pair, different effect or type: " << summary.effectConflicts
               << "\nReversed pairs: " << summary.reversedPairs
+              << "\nEffects other than +, _, 0: " << summary.unknownEffects
+              << "\nMolecules with differing type or location: " << summary.moleculeConflicts
               << "\nValidation page: " << page.string() << "\n";
   }
   return 0;
@@ -207,23 +220,36 @@ int RunDraw(const CommonOptions& options, const std::string& base) {
 }
 
 int RunExport(const CommonOptions& options, const std::string& format, std::string to) {
+  // The files for other tools written from the network alone, and the exchange formats that
+  // carry every field (colours and shapes from the colours table).
   struct Choice {
     const char* name;
-    ExportFormat format;
+    std::optional<ExportFormat> format;
+    std::optional<ExchangeFormat> exchange;
     const char* defaultFile;
   };
   static const Choice choices[] = {
-      {"pajek", ExportFormat::Pajek, "network.net"},
-      {"mfinder", ExportFormat::Mfinder, "input_for_mfinder.txt"},
-      {"sif", ExportFormat::Sif, "network4cytoscape.sif"},
-      {"big-cluster", ExportFormat::BigCluster, "big_cluster.sig"},
+      {"pajek", ExportFormat::Pajek, std::nullopt, "network.net"},
+      {"mfinder", ExportFormat::Mfinder, std::nullopt, "input_for_mfinder.txt"},
+      {"sif", ExportFormat::Sif, std::nullopt, "network4cytoscape.sif"},
+      {"big-cluster", ExportFormat::BigCluster, std::nullopt, "big_cluster.sig"},
+      {"graphml", std::nullopt, ExchangeFormat::GraphMl, "network.graphml"},
+      {"table", std::nullopt, ExchangeFormat::Table, "network.csv"},
+      {"signed-sif", std::nullopt, ExchangeFormat::SignedSif, "network_signed.sif"},
+      {"cx2", std::nullopt, ExchangeFormat::Cx2, "network.cx2"},
   };
   const auto* choice = std::find_if(std::begin(choices), std::end(choices),
                                     [&](const Choice& c) { return format == c.name; });
   if (choice == std::end(choices)) throw std::invalid_argument("unknown export format: " + format);
   if (to.empty()) to = (fs::path(options.output) / choice->defaultFile).string();
-  const Network network = Load(options).network;
-  const std::vector<fs::path> written = WriteExport(network, choice->format, to);
+  const Loaded loaded = Load(options);
+  std::vector<fs::path> written;
+  if (choice->format) {
+    written = WriteExport(loaded.network, *choice->format, to);
+  } else {
+    WriteExchange(loaded.network, loaded.colors, *choice->exchange, to);
+    written.push_back(to);
+  }
   if (options.json) {
     Json files = Json::array();
     for (const fs::path& f : written) files.push_back(f.string());

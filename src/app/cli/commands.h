@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "model/readers.h"
+
 namespace tessel::cli {
 
 // Options shared by every command.
@@ -15,6 +17,7 @@ struct CommonOptions {
   std::string network;
   std::string output = ".";
   std::string format = "auto";
+  TableColumns columns;  // --source-col and the like, for table files
   bool json = false;
   bool quiet = false;
 };

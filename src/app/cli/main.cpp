@@ -5,6 +5,7 @@
 
 #include "app/cli/commands.h"
 #include "model/molecule_condition.h"
+#include "model/readers.h"
 #include "util/error.h"
 #include "util/progress.h"
 
@@ -13,11 +14,29 @@ namespace {
 using tessel::cli::CommonOptions;
 
 void AddCommonOptions(CLI::App& command, CommonOptions& options) {
-  command.add_option("NETWORK", options.network, "network file (SIG, two-column)")->required();
+  command
+      .add_option("NETWORK", options.network,
+                  "network file: SIG, two-column, CSV/TSV table, SIF, SIGNOR, OmniPath, "
+                  "PSI-MI XML or TAB, GraphML")
+      ->required();
   command.add_option("-o,--output", options.output,
                      "folder for the results (default: the current folder)");
   command.add_option("--format", options.format, "input format (default: from name and content)")
-      ->check(CLI::IsMember({"auto", "sig", "pairs", "psimi", "mitab"}));
+      ->check(CLI::IsMember(tessel::FormatNames()));
+  // Columns of a table file, when its titles are not ones the reader knows.
+  const std::string group = "Table columns (title or 1-based number; imply --format table)";
+  tessel::TableColumns& c = options.columns;
+  command.add_option("--source-col", c.source, "source molecule names")->group(group);
+  command.add_option("--target-col", c.target, "target molecule names")->group(group);
+  command.add_option("--effect-col", c.effect, "effect or sign")->group(group);
+  command.add_option("--type-col", c.interactionType, "interaction type")->group(group);
+  command.add_option("--pmid-col", c.pubmed, "PubMed ids or references")->group(group);
+  command.add_option("--source-type-col", c.sourceType, "source molecule type")->group(group);
+  command.add_option("--target-type-col", c.targetType, "target molecule type")->group(group);
+  command.add_option("--source-location-col", c.sourceLocation, "source location")->group(group);
+  command.add_option("--target-location-col", c.targetLocation, "target location")->group(group);
+  command.add_option("--source-accession-col", c.sourceAccession, "source accession")->group(group);
+  command.add_option("--target-accession-col", c.targetAccession, "target accession")->group(group);
   command.add_flag("--json", options.json, "print a machine-readable result on stdout");
   command.add_flag("-q,--quiet", options.quiet, "no progress or notes on stderr");
 }
@@ -85,12 +104,16 @@ int main(int argc, char** argv) {
   drawCmd->add_option("--base", drawBase, "base name of the files (default: network)");
 
   std::string exportFormat, exportTo;
-  auto* exportCmd = app.add_subcommand("export",
-                                       "files for Pajek, MFinder, Cytoscape, or the "
-                                       "largest island as SIG");
-  exportCmd->add_option("FORMAT", exportFormat, "pajek, mfinder, sif or big-cluster")
+  auto* exportCmd = app.add_subcommand(
+      "export",
+      "files for Pajek, MFinder, Cytoscape, the largest island as SIG, or the network with "
+      "every field as GraphML, CSV table, signed SIF or CX2");
+  exportCmd
+      ->add_option("FORMAT", exportFormat,
+                   "pajek, mfinder, sif, big-cluster, graphml, table, signed-sif or cx2")
       ->required()
-      ->check(CLI::IsMember({"pajek", "mfinder", "sif", "big-cluster"}));
+      ->check(CLI::IsMember(
+          {"pajek", "mfinder", "sif", "big-cluster", "graphml", "table", "signed-sif", "cx2"}));
   AddCommonOptions(*exportCmd, exportOptions);
   exportCmd->add_option("--to", exportTo, "the file to write (default: in the output folder)");
 

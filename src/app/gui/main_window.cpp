@@ -28,6 +28,7 @@
 #include "motifs/motif_pages.h"
 #include "net/services.h"
 #include "output/drawing.h"
+#include "output/exchange.h"
 #include "output/exports.h"
 #include "output/matrix.h"
 #include "output/website.h"
@@ -195,6 +196,8 @@ void MainWindow::buildUi() {
              &MainWindow::exportCytoscape, "sif.htm");
   addCommand(exports, tr("Dump the big cluster"), Needs::Network, &MainWindow::dumpBigCluster,
              "big_cluster.htm");
+  addCommand(exports, tr("Export GraphML, table, signed SIF or CX2..."), Needs::Network,
+             &MainWindow::exportExchange, "exchange.htm");
 
   networkLine_ = new QLabel(tr("No network loaded."));
   networkLine_->setObjectName("networkLine");
@@ -445,7 +448,9 @@ void MainWindow::restartViewer() {
 void MainWindow::loadSigNetwork() {
   const QString file = prompts_.openFileName(
       this, tr("Load SIG file network..."), dialogFolder(),
-      tr("Network files (*.sig *.xml *.txt *.tsv);;SIG files (*.sig);;PSI-MI XML files (*.xml);;"
+      tr("Network files (*.sig *.txt *.tsv *.csv *.sif *.graphml *.xml);;SIG files (*.sig);;"
+         "Tables: CSV, TSV, SIGNOR, OmniPath (*.csv *.tsv *.txt);;SIF files (*.sif);;"
+         "GraphML files (*.graphml *.xml);;PSI-MI XML files (*.xml);;"
          "PSI-MI TAB files (*.txt *.tsv);;All files (*)"));
   if (!file.isEmpty()) loadNetwork(file, NetworkFormat::Auto);
 }
@@ -646,6 +651,27 @@ void MainWindow::dumpBigCluster() {
     setStatus(tr("Wrote %1.").arg(file));
     prompts_.message(this, UserPrompts::Icon::Information, tr("Dumping the big cluster"),
                      tr("Done!"));
+  });
+}
+
+void MainWindow::exportExchange() {
+  const QString file =
+      prompts_.saveFileName(this, tr("Export GraphML, table, signed SIF or CX2..."),
+                            QDir(outputFolder()).filePath("network.graphml"),
+                            tr("GraphML (*.graphml);;CSV edge table (*.csv);;Signed SIF (*.sif);;"
+                               "CX2 for NDEx and Cytoscape (*.cx2);;All files (*)"));
+  if (file.isEmpty()) return;
+  // The format follows the file name's extension, as in the dialog's filters.
+  const QString suffix = QFileInfo(file).suffix().toLower();
+  ExchangeFormat format = ExchangeFormat::GraphMl;
+  if (suffix == "csv") format = ExchangeFormat::Table;
+  if (suffix == "sif") format = ExchangeFormat::SignedSif;
+  if (suffix == "cx2" || suffix == "cx" || suffix == "json") format = ExchangeFormat::Cx2;
+  guarded(tr("Error!"), [&] {
+    WriteExchange(*network_, *colors_, format, Path(file));
+    setStatus(tr("Wrote %1.").arg(file));
+    prompts_.message(this, UserPrompts::Icon::Information,
+                     tr("Export GraphML, table, signed SIF or CX2..."), tr("Done!"), file);
   });
 }
 

@@ -75,6 +75,7 @@ class MainWindow : public QWidget {
   void exportMfinder();
   void exportCytoscape();
   void dumpBigCluster();
+  void exportExchange();
   void makeGraphvizDrawing();
   void pathwaysGenerator();
   void easyInterface();
