@@ -10,7 +10,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev libpugixml-dev libcurl4-openssl-dev libgraphviz-dev graphviz
   libpng-dev libabsl-dev
   # tests and benchmarks
-  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-igraph python3-networkx
+  libgtest-dev libgmock-dev libbenchmark-dev python3 python3-igraph python3-networkx python3-pandas
   libcpp-httplib-dev chromium
   # desktop application
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-webengine-dev qt6-webengine-dev-tools libgl-dev
