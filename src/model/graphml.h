@@ -16,7 +16,10 @@ namespace tessel {
 // accession, extra id; edge effect (effect, sign, interaction, regulation: sign words and
 // numbers as EffectFromWord maps them), interaction type (interaction_type, interactionType,
 // mechanism, type), PubMed ids (pubmed, pmid, pmids, references: every number). Edges of an
-// undirected graph are read source -> target. Nodes without edges become molecules.
+// undirected graph are read source -> target. Nodes without edges become molecules. The
+// per-interaction end-point keys that GraphMlText writes (source_accession, target_type, ...)
+// are read back, so a network written as GraphML loads as the same network; an effect other
+// than "+", "_" and "0" is read through EffectFromWord ("-" becomes "_").
 Network ReadGraphMlText(std::string_view text, const std::string& file,
                         Warnings* warnings = nullptr);
 
