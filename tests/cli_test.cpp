@@ -40,7 +40,7 @@ RunResult RunTessel(const test::ScratchDir& dir, const std::vector<std::string>&
 }
 
 std::string Example(const std::string& name) {
-  return (test::SharedDataDir() / "networks" / name).string();
+  return (test::DataDir() / "networks" / name).string();
 }
 
 TEST(Cli, StatsJsonHasEveryKeyAndWritesThePage) {
@@ -158,7 +158,7 @@ namespace {
 TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   test::ScratchDir dir;
   const auto out = (dir / "out").string();
-  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+  const std::string lbc = (test::DataDir() / "networks" / "signor_lbc.sig").string();
 
   RunResult r = RunTessel(dir, {"motifs", "--json", "-q", "--kinds", "fbl3,bifan", "-o", out, lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
@@ -193,7 +193,7 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
 
 TEST(CliDerivedCommands, WebsiteOfflineAndGeneList) {
   test::ScratchDir dir;
-  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+  const std::string lbc = (test::DataDir() / "networks" / "signor_lbc.sig").string();
   RunResult r = RunTessel(
       dir, {"website", "--offline", "--json", "-q", "--cache-dir", "cache", "-o", "site", lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
@@ -228,7 +228,7 @@ TEST(CliDerivedCommands, WebsiteOfflineAndGeneList) {
 
 TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
   test::ScratchDir dir;
-  const std::string lbc = (test::SharedDataDir() / "networks" / "signor_lbc.sig").string();
+  const std::string lbc = (test::DataDir() / "networks" / "signor_lbc.sig").string();
 
   // The same seed gives the same files; the comparison has one entry per column.
   std::string first;

@@ -49,7 +49,7 @@ TEST(GeneList, ReadsTheReferenceFromAFileOrAnAddress) {
   test::LocalHttpServer server;
   const Network fromUrl = LoadReferenceNetwork(server.url("/networks/signor_lbc.sig"));
   const Network fromFile =
-      LoadReferenceNetwork((test::SharedDataDir() / "networks" / "signor_lbc.sig").string());
+      LoadReferenceNetwork((test::DataDir() / "networks" / "signor_lbc.sig").string());
   EXPECT_EQ(SigText(fromUrl), SigText(fromFile));
   EXPECT_EQ(fromUrl.moleculeCount(), 30u);
   EXPECT_THROW(LoadReferenceNetwork(server.url("/missing")), HttpError);

@@ -48,7 +48,7 @@ std::string Graph(std::string_view keys, std::string_view body) {
 
 TEST(GraphMlRoundTrip, SigThroughGraphMlGivesTheSameRowsAndMolecules) {
   const ColorShapeTable table = ColorShapeTable::Defaults();
-  for (const std::string name : {"signor_lbc.sig", "exchange_tricky.sig"}) {
+  for (const std::string name : {"networks/signor_lbc.sig", "exchange_tricky.sig"}) {
     SCOPED_TRACE(name);
     const Network net = ReadSigText(DataFile(name), name);
     Warnings warnings;
@@ -71,7 +71,7 @@ TEST(GraphMlRoundTrip, SigThroughGraphMlGivesTheSameRowsAndMolecules) {
       EXPECT_EQ(back.interactions()[k].pubmedIds, net.interactions()[k].pubmedIds);
     }
     // Writing what was read gives the same file again (up to that one effect).
-    if (name == "signor_lbc.sig") {
+    if (name == "networks/signor_lbc.sig") {
       EXPECT_EQ(GraphMlText(back, table), graphml);
     }
   }

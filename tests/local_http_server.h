@@ -10,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include "test_support.h"
@@ -27,7 +28,10 @@ class LocalHttpServer {
 
   LocalHttpServer() {
     pugi::xml_document doc;
-    doc.load_file((SharedDataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml").c_str());
+    const auto records = DataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml";
+    if (!doc.load_file(records.c_str())) {
+      throw std::runtime_error("cannot read " + records.string());
+    }
     for (pugi::xml_node article : doc.child("PubmedArticleSet").children("PubmedArticle")) {
       std::ostringstream out;
       article.print(out, "", pugi::format_raw);
@@ -44,7 +48,7 @@ class LocalHttpServer {
     server_.Get("/large", text(std::string(100'000, 'x')));
     server_.Get("/garbage/efetch.fcgi", text("<html><body>busy"));
     server_.Get("/networks/signor_lbc.sig",
-                text(ReadFile(SharedDataDir() / "networks" / "signor_lbc.sig")));
+                text(ReadFile(DataDir() / "networks" / "signor_lbc.sig")));
     server_.Get("/redirect", [](const auto&, auto& res) { res.set_redirect("/plain"); });
     server_.Get("/slow", [this](const auto&, auto& res) {
       for (int i = 0; i < 300 && !stopping_; ++i) {

@@ -118,7 +118,7 @@ TEST(ExampleDrawings, EveryMotifAndWholeNetworkDrawingRenders) {
   const std::vector<MotifKind> all = MotifCommandOrder();
   for (const char* name : {"signor_lbc.sig", "omnipath_signed.sig"}) {
     SCOPED_TRACE(name);
-    const Network net = LoadNetwork(test::SharedDataDir() / "networks" / name);
+    const Network net = LoadNetwork(test::DataDir() / "networks" / name);
     test::ScratchDir dir;
     NullProgress progress;
     const MotifCommandResult result =

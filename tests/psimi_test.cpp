@@ -7,6 +7,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "model/psimi.h"
 #include "model/readers.h"
@@ -69,9 +70,8 @@ TEST(PsiMiXml, ExtractionRulesAndBothLayouts) {
   for (const std::string layout : {"compact", "expanded"}) {
     SCOPED_TRACE(layout);
     Warnings warnings;
-    const Network net =
-        LoadNetwork(test::SourceDir() / "tests" / "data" / ("psimi_rules_" + layout + ".xml"),
-                    NetworkFormat::Auto, &warnings);
+    const Network net = LoadNetwork(test::DataDir() / ("psimi_rules_" + layout + ".xml"),
+                                    NetworkFormat::Auto, &warnings);
     // Gene-name alias over short label, organism suffixes cut in any case, an alias with a
     // blank giving way to the short label, interaction and experiment PubMed ids together,
     // blanks of a type as "_", "NA" without a type, ids local to their entry.
@@ -201,21 +201,27 @@ TEST(Mitab, CausalStatementsOfVersion28GiveTheSign) {
   EXPECT_EQ(warnings.entries()[0].count, 2u);
 }
 
+// A file of the "psimi" or "mitab" data folder is detected as such and loads, every
+// interaction with a PubMed id; PSI-MI 1.0 is refused by name.
+void ExpectLoadsThroughDetection(const fs::path& file, NetworkFormat format) {
+  const std::string name = file.filename().string();
+  SCOPED_TRACE(name);
+  EXPECT_EQ(DetectFormat(test::ReadFile(file), file), format);
+  if (name.find("PSI-MI-1.0") != std::string::npos) {
+    EXPECT_NE(ErrorOf([&] { LoadNetwork(file); }).find("unsupported PSI-MI version"),
+              std::string::npos);
+    return;
+  }
+  const Network net = LoadNetwork(file);
+  for (const Interaction& i : net.interactions()) EXPECT_GT(i.firstPubmedId(), 0);
+}
+
 TEST(PsiMiFiles, EveryExampleFileLoadsThroughDetection) {
-  for (const char* folder : {"psimi", "mitab"}) {
-    for (const auto& entry : fs::directory_iterator(test::SharedDataDir() / folder)) {
-      const std::string name = entry.path().filename().string();
-      SCOPED_TRACE(name);
-      EXPECT_EQ(DetectFormat(test::ReadFile(entry.path()), entry.path()),
-                folder == std::string("psimi") ? NetworkFormat::PsiMi : NetworkFormat::Mitab);
-      if (name.find("PSI-MI-1.0") != std::string::npos) {
-        EXPECT_NE(ErrorOf([&] { LoadNetwork(entry.path()); }).find("unsupported PSI-MI version"),
-                  std::string::npos);
-        continue;
-      }
-      const Network net = LoadNetwork(entry.path());
-      for (const Interaction& i : net.interactions()) EXPECT_GT(i.firstPubmedId(), 0);
-    }
+  for (const auto& [folder, format] :
+       {std::pair{"psimi", NetworkFormat::PsiMi}, std::pair{"mitab", NetworkFormat::Mitab}}) {
+    const auto files = test::DataFiles(folder);
+    ASSERT_FALSE(files.empty()) << folder;
+    for (const fs::path& file : files) ExpectLoadsThroughDetection(file, format);
   }
   EXPECT_EQ(DetectFormat("uniprotkb:P1\tuniprotkb:P2" + std::string(13, '\t') + "\n", "x.txt"),
             NetworkFormat::Mitab);
@@ -223,23 +229,28 @@ TEST(PsiMiFiles, EveryExampleFileLoadsThroughDetection) {
   EXPECT_EQ(DetectFormat("A\tB" + std::string(13, '\t') + "\n", "x.txt"), NetworkFormat::Pairs);
 }
 
+// The shared data set beside the repository also holds the files too large to copy into it
+// (a 6.7 MB PSI-MI file, an interaction with 177 participants).
+TEST(PsiMiFiles, EverySharedFileWithoutACopyLoadsThroughDetection) {
+  if (!fs::is_directory(test::SharedDataDir())) {
+    GTEST_SKIP() << test::SharedDataDir() << " is absent";
+  }
+  const auto xml = test::ExtraSharedFiles("psimi");
+  const auto mitab = test::ExtraSharedFiles("mitab");
+  if (xml.empty() && mitab.empty()) GTEST_SKIP() << "every shared PSI-MI file has a copy";
+  for (const fs::path& file : xml) ExpectLoadsThroughDetection(file, NetworkFormat::PsiMi);
+  for (const fs::path& file : mitab) ExpectLoadsThroughDetection(file, NetworkFormat::Mitab);
+}
+
 // Where a twin leaves out what the XML file has, the differences are spelt out: MITAB 2.5
 // gives no short label (the identifier names the molecule instead), orders the two
 // participants its own way and writes the short name of a type.
 TEST(PsiMiFiles, XmlFilesAgreeWithTheirMitabTwins) {
   const auto load = [](const char* folder, const char* name) {
-    return LoadNetwork(test::SharedDataDir() / folder / name);
+    return LoadNetwork(test::DataDir() / folder / name);
   };
   EXPECT_EQ(Facts(load("psimi", "psimi_19696444_254_expanded.xml"), {{"heparin", "CHEBI:28304"}}),
             Facts(load("mitab", "19696444_mitab27.txt")));
-
-  EXPECT_EQ(Facts(load("psimi", "psimi_bantscheff_compact_large-nary.xml"),
-                  {{"imatinib", "CHEBI:38918"},
-                   {"dasatinib", "CHEBI:38943"},
-                   {"bosutinib", "CHEBI:39112"},
-                   {"phosphorylation_reaction", "phosphorylation"}},
-                  true),
-            Facts(load("mitab", "bantscheff_mitab.txt"), {}, true));
 
   // The chen twin shows one pair of a three-participant interaction without sign of expansion.
   const std::set<std::string> xml =
@@ -249,6 +260,19 @@ TEST(PsiMiFiles, XmlFilesAgreeWithTheirMitabTwins) {
   for (const std::string& fact : xml) EXPECT_EQ(extra.erase(fact), 1u) << fact;
   EXPECT_EQ(extra,
             (std::set<std::string>{"O74469>cut14 #15148393", "O74469>cut14 physical_interaction"}));
+}
+
+// The large n-ary XML file (2.4 MB) is only in the shared data set.
+TEST(PsiMiFiles, LargeNaryXmlFileAgreesWithItsMitabTwin) {
+  const fs::path xml = test::SharedDataDir() / "psimi" / "psimi_bantscheff_compact_large-nary.xml";
+  if (!fs::exists(xml)) GTEST_SKIP() << xml << " is absent";
+  EXPECT_EQ(Facts(LoadNetwork(xml),
+                  {{"imatinib", "CHEBI:38918"},
+                   {"dasatinib", "CHEBI:38943"},
+                   {"bosutinib", "CHEBI:39112"},
+                   {"phosphorylation_reaction", "phosphorylation"}},
+                  true),
+            Facts(LoadNetwork(test::DataDir() / "mitab" / "bantscheff_mitab.txt"), {}, true));
 }
 
 // "<tag attributes>body</tag>".

@@ -13,7 +13,7 @@ using Authors = std::vector<std::pair<std::string, std::string>>;
 
 TEST(PubmedParseTest, SampleAndHandMadeRecords) {
   const auto sample = ParsePubmedXml(
-      test::ReadFile(test::SharedDataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml"),
+      test::ReadFile(test::DataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml"),
       "sample.xml");
   ASSERT_EQ(sample.size(), 6u);
   EXPECT_EQ(ReferenceText(sample.at(18487186)),

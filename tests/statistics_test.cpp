@@ -21,7 +21,7 @@ std::string PageOf(const Network& net) {
 }
 
 TEST(StatisticsPage, MatchesCheckedCopyForSignorNetwork) {
-  EXPECT_EQ(PageOf(LoadNetwork(test::SharedDataDir() / "networks" / "signor_lbc.sig")),
+  EXPECT_EQ(PageOf(LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig")),
             test::ReadFile(test::GoldenDir() / "stats_signor_lbc.htm"));
 }
 

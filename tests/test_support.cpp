@@ -1,5 +1,6 @@
 #include "test_support.h"
 
+#include <algorithm>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -53,11 +54,41 @@ void WriteFile(const fs::path& path, std::string_view content) {
 fs::path SourceDir() {
   return TESSEL_SOURCE_DIR;
 }
+fs::path GoldenDir() {
+  return SourceDir() / "tests" / "golden";
+}
+fs::path DataDir() {
+  return SourceDir() / "tests" / "data";
+}
 fs::path SharedDataDir() {
   return TESSEL_SHARED_DATA_DIR;
 }
-fs::path GoldenDir() {
-  return SourceDir() / "tests" / "golden";
+
+namespace {
+
+std::vector<fs::path> FilesIn(const fs::path& folder) {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace
+
+std::vector<fs::path> DataFiles(std::string_view folder) {
+  return FilesIn(DataDir() / folder);
+}
+
+std::vector<fs::path> ExtraSharedFiles(std::string_view folder) {
+  const fs::path shared = SharedDataDir() / folder;
+  if (!fs::is_directory(shared)) return {};
+  std::vector<fs::path> extra = FilesIn(shared);
+  std::erase_if(extra, [&](const fs::path& file) {
+    return fs::exists(DataDir() / folder / file.filename());
+  });
+  return extra;
 }
 
 }  // namespace tessel::test

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/network.h"
 
@@ -31,7 +32,19 @@ std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view content);
 
 std::filesystem::path SourceDir();
-std::filesystem::path SharedDataDir();
 std::filesystem::path GoldenDir();
+
+// The public data the tests read, copied into the repository (tests/data, one folder per
+// kind: "networks", "psimi", "mitab", "pubmed").
+std::filesystem::path DataDir();
+// The files of DataDir() / folder, sorted by name.
+std::vector<std::filesystem::path> DataFiles(std::string_view folder);
+
+// The project's full shared data set beside the repository (TESSEL_SHARED_DATA_DIR), which
+// need not exist. It holds files too large to copy into the repository.
+std::filesystem::path SharedDataDir();
+// The files of SharedDataDir() / folder that have no copy of the same name in DataDir(),
+// sorted by name; none when the shared folder is absent.
+std::vector<std::filesystem::path> ExtraSharedFiles(std::string_view folder);
 
 }  // namespace tessel::test

@@ -109,11 +109,11 @@ TEST(Validation, IndexedChecksAgreeWithThePairwiseRulesOnRandomNetworks) {
 
 TEST(Validation, GoldenPages) {
   ValidationSummary summary;
-  const Network small = LoadNetwork(test::SourceDir() / "tests" / "data" / "validation_small.sig");
+  const Network small = LoadNetwork(test::DataDir() / "validation_small.sig");
   EXPECT_EQ(ValidationPage(small, &summary),
             test::ReadFile(test::GoldenDir() / "validation_small.htm"));
   EXPECT_EQ(Counts(summary), std::make_tuple(2u, 4u, 2u, 4u));
-  const Network lbc = LoadNetwork(test::SharedDataDir() / "networks" / "signor_lbc.sig");
+  const Network lbc = LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig");
   EXPECT_EQ(ValidationPage(lbc), test::ReadFile(test::GoldenDir() / "validation_signor_lbc.htm"));
 }
 

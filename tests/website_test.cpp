@@ -107,7 +107,7 @@ TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
   test::ScratchDir dir;
   fs::create_directories(dir / "cache");
   const std::string records =
-      ReadFile(test::SharedDataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml");
+      ReadFile(test::DataDir() / "pubmed" / "jds_efetch_pubmed_xml_6records.xml");
   for (const char* id : {"19008416", "18927361", "18787170", "18487186", "18239126", "18239125"}) {
     test::WriteFile(dir / "cache" / (std::string(id) + ".xml"), records);
   }

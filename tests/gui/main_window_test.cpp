@@ -41,7 +41,7 @@ struct Fixture {
   MainWindow window{settings, prompts};
   QString network = dir.filePath("signor_lbc.sig");
 
-  Fixture() { QFile::copy(TESSEL_SHARED_DATA_DIR "/networks/signor_lbc.sig", network); }
+  Fixture() { QFile::copy(TESSEL_SOURCE_DIR "/tests/data/networks/signor_lbc.sig", network); }
 
   QString file(const QString& name) const { return dir.filePath(name); }
   FakePrompts::Message last() const { return prompts.messages.value(prompts.messages.size() - 1); }
@@ -306,7 +306,8 @@ class MainWindowTest : public QObject {
     QCOMPARE(f.prompts.pages.last(), QUrl::fromLocalFile(f.file("drawing.jpg")));
 
     // Drawings of more than 100 molecules need a yes first.
-    QVERIFY(QFile::copy(TESSEL_SOURCE_DIR "/examples/omnipath_signed.sig", f.file("large.sig")));
+    QVERIFY(QFile::copy(TESSEL_SOURCE_DIR "/tests/data/networks/omnipath_signed.sig",
+                        f.file("large.sig")));
     f.load(f.file("large.sig"));
     f.prompts.confirmAnswer = false;
     f.prompts.saveAnswers << f.file("big.svg");
