@@ -23,26 +23,27 @@ bool StartsWith(std::string_view s, std::string_view prefix) {
 }
 
 constexpr std::array<std::string_view, 19> kActivationWords = {
-    "+",          "1",          "+1",        "activation", "activates", "activate",   "activating",
-    "stimulation", "stimulates", "stimulate", "positive",   "induction", "induces",    "up",
-    "increases",  "->",         "-->",       "activator",  "stimulator"};
+    "+",           "1",          "+1",        "activation", "activates", "activate", "activating",
+    "stimulation", "stimulates", "stimulate", "positive",   "induction", "induces",  "up",
+    "increases",   "->",         "-->",       "activator",  "stimulator"};
 constexpr std::array<std::string_view, 18> kInhibitionWords = {
-    "_",         "-",        "-1",       "inhibition", "inhibits", "inhibit",
-    "inhibiting", "repression", "represses", "repressor", "negative", "down",
-    "decreases", "-|",       "--|",      "inhibitor",  "suppression", "suppresses"};
-constexpr std::array<std::string_view, 9> kNeutralWords = {
-    "0", "unknown", "neutral", "binding", "binds", "association", "undirected", "complex", "none"};
+    "_",          "-",          "-1",        "inhibition", "inhibits",    "inhibit",
+    "inhibiting", "repression", "represses", "repressor",  "negative",    "down",
+    "decreases",  "-|",         "--|",       "inhibitor",  "suppression", "suppresses"};
+constexpr std::array<std::string_view, 10> kNeutralWords = {
+    "0",           "unknown",    "neutral", "binding", "binds",
+    "association", "undirected", "complex", "none",    "form complex"};
 
 }  // namespace
 
 std::optional<std::string_view> EffectFromWord(std::string_view word) {
   const std::string w = Lower(word);
-  for (const std::string_view prefix : {"up-regulates", "up regulates", "upregulates",
-                                        "up-regulation", "upregulation"}) {
+  for (const std::string_view prefix :
+       {"up-regulates", "up regulates", "upregulates", "up-regulation", "upregulation"}) {
     if (StartsWith(w, prefix)) return kActivation;
   }
-  for (const std::string_view prefix : {"down-regulates", "down regulates", "downregulates",
-                                        "down-regulation", "downregulation"}) {
+  for (const std::string_view prefix :
+       {"down-regulates", "down regulates", "downregulates", "down-regulation", "downregulation"}) {
     if (StartsWith(w, prefix)) return kInhibition;
   }
   for (const std::string_view a : kActivationWords) {
