@@ -500,10 +500,10 @@ class RowReader {
     // Flags give the sign unless the user chose an effect column; consensus flags win.
     if (layout.has(kConsensusStimulationFlag) && layout.has(kConsensusInhibitionFlag)) {
       flags_ = {layout.column[kConsensusStimulationFlag], layout.column[kConsensusInhibitionFlag]};
-      flagTitles_ = "consensus_stimulation and consensus_inhibition";
+      flagTitles_ = {"consensus_stimulation", "consensus_inhibition"};
     } else if (layout.has(kStimulationFlag) && layout.has(kInhibitionFlag)) {
       flags_ = {layout.column[kStimulationFlag], layout.column[kInhibitionFlag]};
-      flagTitles_ = "is_stimulation and is_inhibition";
+      flagTitles_ = {"is_stimulation", "is_inhibition"};
     }
   }
 
@@ -533,16 +533,21 @@ class RowReader {
       const std::optional<bool> inh = ParseFlag(inhText);
       if (!stim || !inh) {
         warn("flag value", line,
-             "flag \"" + Abbreviate(stim ? inhText : stimText, 40) + "\" in " + flagTitles_ +
+             "flag \"" + Abbreviate(stim ? inhText : stimText, 40) + "\" in " +
+                 (stim ? flagTitles_.second : flagTitles_.first) +
                  " is not 0 or 1; effect read as \"0\"");
         return kNeutral;
       }
       if (*stim && !*inh) return kActivation;
       if (*inh && !*stim) return kInhibition;
       if (*stim) {
-        warn("both flags", line, "both " + flagTitles_ + " are 1; effect read as \"0\"");
+        warn("both flags", line,
+             "both " + flagTitles_.first + " and " + flagTitles_.second +
+                 " are 1; effect read as \"0\"");
       } else {
-        warn("no flag", line, "neither " + flagTitles_ + " is 1; effect read as \"0\"");
+        warn("no flag", line,
+             "neither " + flagTitles_.first + " nor " + flagTitles_.second +
+                 " is 1; effect read as \"0\"");
       }
       return kNeutral;
     }
@@ -637,7 +642,7 @@ class RowReader {
   const std::string& file_;
   Warnings* warnings_;
   std::pair<std::size_t, std::size_t> flags_{kAbsent, kAbsent};
-  std::string flagTitles_;
+  std::pair<std::string, std::string> flagTitles_;
   EffectWords effects_;
   Buffers sourceBuffers_, targetBuffers_;
   std::string typeBuffer_;
