@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -61,9 +60,8 @@ std::string TitleKey(std::string_view title) {
 // and line breaks inside quoted fields give one "_"). Returns the field itself when it
 // holds no blank, else the text built in `buffer`.
 std::string_view OneWord(std::string_view field, std::string& buffer) {
-  const bool blank = std::any_of(field.begin(), field.end(), [](char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-  });
+  const bool blank =
+      std::any_of(field.begin(), field.end(), [](char c) { return IsBlank(c) || c == '\n'; });
   if (!blank) return field;
   buffer.clear();
   bool gap = false;
@@ -84,8 +82,7 @@ std::string_view OptionalWord(std::string_view field, std::string& buffer) {
   return IsUnknownField(field) ? std::string_view("NA") : OneWord(field, buffer);
 }
 
-// The first line of a text with its number, skipping empty lines, "#" comments and a UTF-8
-// byte order mark.
+// Walks the lines of a text, numbering them from 1 (a UTF-8 byte order mark is skipped).
 class LineCursor {
  public:
   explicit LineCursor(std::string_view text) : text_(text) {
@@ -131,6 +128,7 @@ class LineCursor {
   std::size_t number_ = 0;
 };
 
+// Refuses texts with nothing but blanks and texts holding NUL bytes (binary files).
 void CheckIsText(std::string_view text, const std::string& file) {
   if (text.find_first_not_of(" \t\r\n\v\f") == std::string_view::npos) {
     throw InputError(file, 0, "the file is empty");
