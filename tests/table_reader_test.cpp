@@ -215,18 +215,18 @@ TEST(TableReader, ColumnsChosenByTitleOrNumber) {
   const std::string text =
       "id\tgene_a\tgene_b\twhat\tpaper\tkind_a\n"
       "1\tEGF\tEGFR\tstimulation\t99\tLigand\n";
-  TableColumns byTitle;
-  byTitle.source = "GENE_A";
-  byTitle.target = "gene_b";
-  byTitle.effect = "what";
-  byTitle.pubmed = "paper";
-  byTitle.sourceType = "Kind_A";
-  TableColumns byNumber;
-  byNumber.source = "2";
-  byNumber.target = "3";
-  byNumber.effect = "4";
-  byNumber.pubmed = "5";
-  byNumber.sourceType = "6";
+  const auto choose = [](std::string source, std::string target, std::string effect,
+                         std::string pubmed, std::string sourceType) {
+    TableColumns c;
+    c.source = std::move(source);
+    c.target = std::move(target);
+    c.effect = std::move(effect);
+    c.pubmed = std::move(pubmed);
+    c.sourceType = std::move(sourceType);
+    return c;
+  };
+  const TableColumns byTitle = choose("GENE_A", "gene_b", "what", "paper", "Kind_A");
+  const TableColumns byNumber = choose("2", "3", "4", "5", "6");
   for (const TableColumns& columns : {byTitle, byNumber}) {
     const Network net = ReadTableText(text, "c.tsv", columns);
     const Interaction& i = Between(net, "EGF", "EGFR");
