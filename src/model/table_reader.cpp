@@ -737,7 +737,7 @@ Layout TableLayout(std::string_view text, const std::string& file, const TableCo
 // ---------------------------------------------------------------------------------------
 // Format detection
 
-// SIF relation words besides the sign words: Cytoscape's short codes and the relation
+// SIF relation words besides the sign words: the usual short codes (pp, pd, ...) and the relation
 // names of pathway-database SIF exports.
 bool IsRelationWord(std::string_view word) {
   static constexpr std::array<std::string_view, 22> kRelations = {"pp",
