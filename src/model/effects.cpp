@@ -30,8 +30,9 @@ constexpr std::array<std::string_view, 18> kInhibitionWords = {
     "_",          "-",          "-1",        "inhibition", "inhibits",    "inhibit",
     "inhibiting", "repression", "represses", "repressor",  "negative",    "down",
     "decreases",  "-|",         "--|",       "inhibitor",  "suppression", "suppresses"};
-constexpr std::array<std::string_view, 9> kNeutralWords = {
-    "0", "unknown", "neutral", "binding", "binds", "association", "undirected", "complex", "none"};
+constexpr std::array<std::string_view, 10> kNeutralWords = {
+    "0",           "unknown",    "neutral", "binding", "binds",
+    "association", "undirected", "complex", "none",    "form complex"};
 
 }  // namespace
 

@@ -18,12 +18,16 @@ inline bool IsKnownEffect(std::string_view effect) {
 
 // Maps a sign written as another tool or database writes it to "+", "_" or "0"; nullopt
 // when the word says nothing about a sign. Case and surrounding blanks are ignored.
-//   "+": +, 1, +1, activation, activates, activate, stimulation, stimulates, stimulate,
-//        positive, induction, induces, up-regulates... (any text starting with
-//        "up-regulates", "up regulates" or "upregulates"), up, increases, ->, -->
-//   "_": _, -, -1, inhibition, inhibits, inhibit, repression, represses, negative,
-//        down-regulates... (likewise), down, decreases, -|, --|
-//   "0": 0, unknown, neutral, binding, binds, association, undirected, complex
+//   "+": +, 1, +1, activation, activates, activate, activating, activator, stimulation,
+//        stimulates, stimulate, stimulator, positive, induction, induces, up, increases,
+//        ->, -->, and any text starting with "up-regulates", "up regulates", "upregulates",
+//        "up-regulation" or "upregulation" (SIGNOR's "up-regulates activity", ...)
+//   "_": _, -, -1, inhibition, inhibits, inhibit, inhibiting, inhibitor, repression,
+//        represses, repressor, suppression, suppresses, negative, down, decreases, -|, --|,
+//        and any text starting with "down-regulates", "down regulates", "downregulates",
+//        "down-regulation" or "downregulation"
+//   "0": 0, unknown, neutral, binding, binds, association, undirected, complex, none,
+//        form complex (SIGNOR's complex formation)
 std::optional<std::string_view> EffectFromWord(std::string_view word);
 
 }  // namespace tessel

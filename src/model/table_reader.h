@@ -18,27 +18,40 @@
 namespace tessel {
 
 // CSV or TSV with a header row (separator found from the header: tab, else comma, else
-// semicolon; CSV fields may be quoted). Columns are found by title, in any letter case, or
-// taken from `columns`. Source and target are required; effect, interaction type, PubMed ids,
-// types, locations and accessions are optional ("0", "NA", 0 when missing). Gene-symbol
-// columns (source_genesymbol, target_genesymbol) name the molecules when present, and the
-// plain source/target columns then give the accessions. Effects may also come from a pair of
-// 0/1 flag columns (is_stimulation/is_inhibition, or consensus_stimulation/
-// consensus_inhibition, which are preferred). A references field keeps every numeric PubMed
-// id ("SIGNOR:12345;PMID:678|9" gives 12345, 678, 9), one row per id.
+// semicolon, else runs of blanks; fields may be quoted, and a quoted field may hold
+// separators, quotes written "" and line breaks). Empty lines and lines starting with "#"
+// are skipped. Columns are found by title, in any letter case, or taken from `columns`.
+// Source and target are required; effect, interaction type, PubMed ids, types, locations
+// and accessions are optional ("0", "NA", 0 when missing). Gene-symbol columns
+// (source_genesymbol, target_genesymbol) name the molecules when present, and the plain
+// source/target columns then give the accessions. Effects may also come from a pair of 0/1
+// flag columns (is_stimulation/is_inhibition, or consensus_stimulation/consensus_inhibition,
+// which are preferred); flags win over an effect column found by title, not over one given
+// in `columns`. A references field keeps every numeric PubMed id ("SIGNOR:12345;PMID:678|9"
+// gives 12345, 678, 9), one row per id. Blanks inside names, types, locations and
+// interaction types become "_"; names keep a leading digit. Effect words EffectFromWord does
+// not know, flag pairs that are both 0 or both 1, rows without a source or target and
+// repeated title lines are counted as warnings. A file whose first line has no source and
+// target titles but four tab-separated fields (regulator, target, a sign word,
+// ";"-separated PubMed ids) is read with those columns and no title line.
 Network ReadTableText(std::string_view text, const std::string& file,
                       const TableColumns& columns = {}, Warnings* warnings = nullptr);
 
 // SIF: "A relation B [C ...]" per line, tab separated when the line holds a tab, else blank
 // separated; a line of one name is a molecule without interactions. Sign words and numbers
 // give the effect (interaction type "NA"); any other relation is kept as the interaction
-// type with effect "0". PubMed id 0.
+// type with effect "0". PubMed id 0. Blanks inside tab-separated names become "_"; a line
+// of a name and a relation without a target is skipped with a warning.
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings = nullptr);
 
 // SIGNOR: the all-data TSV (28 columns, with or without its title line) and the pathway TSV
 // (title line, 31 columns: regulator_location/target_location give type and location as
-// SIGNOR draws them). EFFECT gives the sign, MECHANISM the interaction type, TYPEA/TYPEB the
-// molecule types, PMID the PubMed id.
+// SIGNOR draws them: extracellular -> Ligand/Extracellular, receptor -> Receptor/Membrane,
+// factor -> TF/Nucleus, phenotypesList -> Phenotype/Cytosol, else the entity type in the
+// Cytosol). EFFECT gives the sign (up-regulates... "+", down-regulates... "_", unknown and
+// form complex "0"), MECHANISM the interaction type, TYPEA/TYPEB the molecule types written
+// as words ("proteinfamily" -> "ProteinFamily"; location "NA" in the all-data file), IDA/IDB
+// the accessions, PMID the PubMed id.
 Network ReadSignorText(std::string_view text, const std::string& file,
                        Warnings* warnings = nullptr);
 
