@@ -119,6 +119,18 @@ class MainWindowTest : public QObject {
     f.window.findChild<QPushButton*>("changeFolder")->click();
     QCOMPARE(f.window.outputFolder(), f.prompts.folderAnswer);
     QCOMPARE(f.settings.value(MainWindow::kOutputFolderKey).toString(), f.prompts.folderAnswer);
+
+    // A table download is recognised from its columns; what its reader could not decide is
+    // shown with the first line where it happened.
+    QVERIFY(QFile::copy(TESSEL_SOURCE_DIR "/tests/data/omnipath_small.tsv",
+                        f.file("omnipath_small.tsv")));
+    f.prompts.openAnswers << f.file("omnipath_small.tsv");
+    f.click("Load SIG file network...");
+    QVERIFY(f.settle());
+    QCOMPARE(f.last().text, QString("The network was loaded successfully!"));
+    QVERIFY2(f.last().details.contains("omnipath_small.tsv:19: both consensus_stimulation"),
+             qPrintable(f.last().details));
+    QVERIFY(f.window.network()->findId("EGFR") != 0);
   }
 
   void workerCommandRunsToItsPageOrFails() {
@@ -281,6 +293,8 @@ class MainWindowTest : public QObject {
         {"Create .sif file for Cytoscape", nullptr, "network4cytoscape.sif"},
         {"Dump the big cluster", "big.sig", "big.sig"},
         {"Save as...", "saved", "saved.sig"},
+        {"Export GraphML, table, signed SIF or CX2...", "net.cx2", "net.cx2"},
+        {"Export GraphML, table, signed SIF or CX2...", "net.csv", "net.csv"},
     };
     for (const auto& e : exports) {
       if (e.answer != nullptr) f.prompts.saveAnswers << f.file(e.answer);
@@ -291,6 +305,9 @@ class MainWindowTest : public QObject {
     }
     f.click("Dump the big cluster");  // a cancelled save dialog: nothing done, nothing said
     QVERIFY(f.prompts.messages.isEmpty());
+    // The exchange format follows the extension chosen.
+    QVERIFY(ReadText(f.file("net.cx2")).contains("\"CXVersion\": \"2.0\""));
+    QVERIFY(ReadText(f.file("net.csv")).startsWith("source,source_accession,"));
 
     f.click("Draw interactions matrix");
     QCOMPARE(f.prompts.images, QStringList{f.file("interactions_matrix.png")});
