@@ -723,11 +723,11 @@ Layout TableLayout(std::string_view text, const std::string& file, const TableCo
     const std::string missing = !layout.has(kSource) && !layout.has(kTarget) ? "source and target"
                                 : !layout.has(kSource)                       ? "source"
                                                                              : "target";
-    throw InputError(file, titleLine,
-                     "no " + missing +
-                         " column found in the title line; titles found: " + TitleList(titles) +
-                         ". Name the columns with --source-col and --target-col (a title or a "
-                         "column number)");
+    throw TableColumnsError(
+        file, titleLine,
+        "no " + missing + " column found in the title line; titles found: " + TitleList(titles) +
+            ". Name the columns with --source-col and --target-col (a title or a column number)",
+        std::vector<std::string>(titles.begin(), titles.end()));
   }
   layout.sourceTitle = std::string(titles[layout.column[kSource]]);
   layout.targetTitle = std::string(titles[layout.column[kTarget]]);

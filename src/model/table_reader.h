@@ -10,12 +10,27 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "model/network.h"
 #include "model/readers.h"
 #include "model/warnings.h"
+#include "util/error.h"
 
 namespace tessel {
+
+// A table whose title line names no source or no target column the reader knows. It carries
+// the titles, so that a front end can let the person choose the columns.
+class TableColumnsError : public InputError {
+ public:
+  TableColumnsError(std::string file, std::size_t line, std::string message,
+                    std::vector<std::string> titles)
+      : InputError(std::move(file), line, std::move(message)), titles_(std::move(titles)) {}
+  const std::vector<std::string>& titles() const { return titles_; }
+
+ private:
+  std::vector<std::string> titles_;
+};
 
 // CSV or TSV with a header row (separator found from the header: tab, else comma, else
 // semicolon, else runs of blanks; fields may be quoted, and a quoted field may hold

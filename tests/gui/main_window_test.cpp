@@ -1,5 +1,6 @@
 // The main window driven through its buttons, with FakePrompts answering the dialogs.
 #include <QCheckBox>
+#include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
 #include <QPushButton>
@@ -131,6 +132,31 @@ class MainWindowTest : public QObject {
     QVERIFY2(f.last().details.contains("omnipath_small.tsv:19: both consensus_stimulation"),
              qPrintable(f.last().details));
     QVERIFY(f.window.network()->findId("EGFR") != 0);
+
+    // Titles the reader does not know: the columns are chosen in a dialog, and the table is
+    // read again with them. A cancelled dialog keeps the network loaded before.
+    const QString odd = f.file("odd.csv");
+    QVERIFY(WriteText(odd, "left,right,arrow\nLEFTY1,NODAL,-1\nNODAL,ACVR1B,1\n"));
+    f.prompts.onDialog = [](QDialog&) { return false; };
+    f.window.loadNetwork(odd, NetworkFormat::Auto);
+    QVERIFY(f.settle());
+    QCOMPARE(f.prompts.dialogTitles, QStringList{"Choose the columns of the table"});
+    QVERIFY(f.window.network()->findId("EGFR") != 0);
+    QVERIFY(f.window.network()->findId("NODAL") == 0);
+    f.prompts.onDialog = [](QDialog& d) {
+      auto& dialog = dynamic_cast<TableColumnsDialog&>(d);
+      dialog.role("effect")->setCurrentIndex(3);  // "(none)", then the three columns
+      return true;
+    };
+    f.window.loadNetwork(odd, NetworkFormat::Auto);
+    QVERIFY(f.settle());
+    QVERIFY(f.settle());
+    QCOMPARE(f.last().text, QString("The network was loaded successfully!"));
+    const Network& chosen = *f.window.network();
+    const Interaction* lefty =
+        chosen.findInteraction(chosen.findId("LEFTY1"), chosen.findId("NODAL"));
+    QVERIFY(lefty != nullptr);
+    QCOMPARE(QString::fromStdString(lefty->effect), QString("_"));
   }
 
   void workerCommandRunsToItsPageOrFails() {

@@ -309,6 +309,82 @@ int IntermediatesDialog::intermediates() const {
   return choice_->currentIndex() + 1;
 }
 
+// ----- table columns -----
+
+TableColumnsDialog::TableColumnsDialog(const QString& file, const std::vector<std::string>& titles,
+                                       QWidget* parent)
+    : QDialog(parent) {
+  setWindowTitle(tr("Choose the columns of the table"));
+  setMinimumWidth(440);
+  auto* note = new QLabel(
+      tr("The titles of %1 name no source or target column that TESSEL knows. Choose the "
+         "column of each field; leave out what the file does not have.")
+          .arg(file));
+  note->setWordWrap(true);
+  auto* grid = new QGridLayout;
+  const struct {
+    const char* name;
+    QString label;
+    bool required;
+  } roles[] = {
+      {"source", tr("Source molecule"), true},
+      {"target", tr("Target molecule"), true},
+      {"effect", tr("Effect or sign"), false},
+      {"pubmed", tr("PubMed ids"), false},
+      {"type", tr("Interaction type"), false},
+      {"source_type", tr("Source type"), false},
+      {"target_type", tr("Target type"), false},
+      {"source_location", tr("Source location"), false},
+      {"target_location", tr("Target location"), false},
+  };
+  int row = 0;
+  for (const auto& r : roles) {
+    auto* box = new QComboBox;
+    box->setObjectName(r.name);
+    if (!r.required) box->addItem(tr("(none)"), 0);
+    for (std::size_t k = 0; k < titles.size(); ++k) {
+      const QString title = titles[k].empty() ? tr("(untitled)") : Q(titles[k]);
+      box->addItem(tr("%1: %2").arg(k + 1).arg(title), static_cast<int>(k + 1));
+    }
+    // The first two columns are the usual source and target.
+    if (r.required) box->setCurrentIndex(std::min<int>(row, box->count() - 1));
+    grid->addWidget(new QLabel(r.label), row, 0);
+    grid->addWidget(box, row, 1);
+    roles_.emplace_back(r.name, box);
+    ++row;
+  }
+  QPushButton* ok = nullptr;
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(note);
+  layout->addLayout(grid);
+  layout->addWidget(Buttons(this, tr("OK"), tr("Cancel"), &ok));
+}
+
+QComboBox* TableColumnsDialog::role(const QString& name) const {
+  for (const auto& [n, box] : roles_) {
+    if (n == name) return box;
+  }
+  return nullptr;
+}
+
+TableColumns TableColumnsDialog::columns() const {
+  TableColumns c;
+  const auto number = [this](const char* name) {
+    const int column = role(name)->currentData().toInt();
+    return column > 0 ? std::to_string(column) : std::string();
+  };
+  c.source = number("source");
+  c.target = number("target");
+  c.effect = number("effect");
+  c.pubmed = number("pubmed");
+  c.interactionType = number("type");
+  c.sourceType = number("source_type");
+  c.targetType = number("target_type");
+  c.sourceLocation = number("source_location");
+  c.targetLocation = number("target_location");
+  return c;
+}
+
 // ----- pathway setup -----
 
 PathwaySetupDialog::PathwaySetupDialog(const Network& network, QWidget* parent)

@@ -11,6 +11,7 @@
 #include "derived/subnetworks.h"
 #include "model/molecule_condition.h"
 #include "model/network.h"
+#include "model/readers.h"
 #include "motifs/motif_search.h"
 #include "pathways/path_search.h"
 
@@ -136,6 +137,26 @@ class IntermediatesDialog : public QDialog {
 
  private:
   QComboBox* choice_;
+};
+
+// "Choose the columns of the table": for a table whose titles name no source or target
+// column the readers know, which column holds what. Source and target are required; the
+// other roles may be left out.
+class TableColumnsDialog : public QDialog {
+  Q_OBJECT
+
+ public:
+  TableColumnsDialog(const QString& file, const std::vector<std::string>& titles,
+                     QWidget* parent = nullptr);
+
+  // The choices as 1-based column numbers, as the table reader takes them.
+  TableColumns columns() const;
+  // The drop-down list of a role: "source", "target", "effect", "pubmed", "type",
+  // "source_type", "target_type", "source_location", "target_location".
+  QComboBox* role(const QString& name) const;
+
+ private:
+  std::vector<std::pair<QString, QComboBox*>> roles_;
 };
 
 // "Pathway maps generator setup": four source and four target conditions, the largest

@@ -25,6 +25,7 @@
 #include "derived/genelist.h"
 #include "derived/shuffle.h"
 #include "derived/subnetworks.h"
+#include "model/table_reader.h"
 #include "motifs/motif_pages.h"
 #include "net/services.h"
 #include "output/drawing.h"
@@ -80,9 +81,9 @@ struct LoadedNetwork {
 
 // Reads a network and the colours table its drawings use: from the network's folder, else
 // the output folder, where the default table is written when neither has one.
-LoadedNetwork ReadNetwork(const QString& file, NetworkFormat format, const QString& output) {
+LoadedNetwork ReadNetwork(const QString& file, const ReadOptions& options, const QString& output) {
   Warnings warnings;
-  auto network = std::make_shared<const Network>(LoadNetwork(Path(file), format, &warnings));
+  auto network = std::make_shared<const Network>(LoadNetwork(Path(file), options, &warnings));
   bool wroteDefault = false;
   auto colors = std::make_shared<const ColorShapeTable>(ColorShapeTable::LoadOrCreate(
       {Path(QFileInfo(file).absolutePath()), Path(output)}, Path(output), &wroteDefault));
@@ -462,6 +463,12 @@ void MainWindow::loadTwoColumnNetwork() {
 }
 
 void MainWindow::loadNetwork(const QString& file, NetworkFormat format) {
+  ReadOptions options;
+  options.format = format;
+  loadNetwork(file, options);
+}
+
+void MainWindow::loadNetwork(const QString& file, const ReadOptions& options) {
   const QString path = QFileInfo(file).absoluteFilePath();
   const QString chosen = settings_.value(kOutputFolderKey).toString();
   const QString output = !chosen.isEmpty() ? chosen : QFileInfo(path).absolutePath();
@@ -469,8 +476,23 @@ void MainWindow::loadNetwork(const QString& file, NetworkFormat format) {
   launch.status = tr("Loading %1...").arg(QFileInfo(path).fileName());
   launch.failure = tr("Failed to load network, bad file name!");
   launch.cancellable = false;
-  startCommand(launch, [this, path, format, output](Progress&) -> CommandRunner::Completion {
-    LoadedNetwork loaded = ReadNetwork(path, format, output);
+  startCommand(launch, [this, path, options, output](Progress&) -> CommandRunner::Completion {
+    LoadedNetwork loaded;
+    try {
+      loaded = ReadNetwork(path, options, output);
+    } catch (const TableColumnsError& e) {
+      // A table with titles the reader does not know: let the person pick the columns,
+      // then read it again.
+      if (options.columns.any()) throw;
+      return [this, path, titles = e.titles()] {
+        TableColumnsDialog dialog(QFileInfo(path).fileName(), titles, this);
+        if (!prompts_.runDialog(dialog)) return;
+        ReadOptions chosen;
+        chosen.format = NetworkFormat::Table;
+        chosen.columns = dialog.columns();
+        loadNetwork(path, chosen);
+      };
+    }
     return [this, loaded, path] {
       installNetwork(loaded.network, loaded.colors, path, loaded.warnings);
       prompts_.message(this, UserPrompts::Icon::Information, tr("Loading the network"),
@@ -537,44 +559,44 @@ void MainWindow::loadGeneList() {
   Launch launch;
   launch.status = tr("Downloading the reference network... please wait");
   launch.lowPriority = true;
-  startCommand(launch,
-               [this, genes, reference, intermediates, output,
-                target](Progress& progress) -> CommandRunner::Completion {
-                 progress.report(0, 0, "Downloading the reference network... please wait");
-                 Network referenceNetwork;
-                 try {
-                   referenceNetwork = LoadReferenceNetwork(reference.toStdString());
-                 } catch (const std::exception& e) {
-                   // Ask for the reference again next time: the stored one may be wrong.
-                   QMetaObject::invokeMethod(this, [this] { settings_.remove(kReferenceKey); });
-                   throw std::runtime_error(
-                       std::string("Failed to download background database!\n") + e.what());
-                 }
-                 const GeneListResult result =
-                     GeneListSubnetwork(referenceNetwork, genes, intermediates, progress);
-                 QStringList absent;
-                 for (const std::string& name : result.absent) absent << Q(name);
-                 const QString absentNote =
-                     absent.isEmpty()
-                         ? QString()
-                         : tr("Not in the reference network: %1").arg(absent.join(' '));
-                 if (result.rows.empty()) {
-                   return [this, absentNote] {
-                     setStatus(QString());
-                     prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
-                                      Q(std::string(kNoConnectionsMessage)), absentNote);
-                   };
-                 }
-                 WriteFileAtomically(Path(target), SigRowsText(result.rows));
-                 LoadedNetwork loaded = ReadNetwork(target, NetworkFormat::Sig, output);
-                 return [this, loaded, target, absentNote] {
-                   installNetwork(loaded.network, loaded.colors, target, loaded.warnings);
-                   QStringList details{tr("Written to %1.").arg(target)};
-                   if (!absentNote.isEmpty()) details << absentNote;
-                   prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
-                                    Q(std::string(kGeneListSuccessMessage)), details.join('\n'));
-                 };
-               });
+  startCommand(
+      launch,
+      [this, genes, reference, intermediates, output,
+       target](Progress& progress) -> CommandRunner::Completion {
+        progress.report(0, 0, "Downloading the reference network... please wait");
+        Network referenceNetwork;
+        try {
+          referenceNetwork = LoadReferenceNetwork(reference.toStdString());
+        } catch (const std::exception& e) {
+          // Ask for the reference again next time: the stored one may be wrong.
+          QMetaObject::invokeMethod(this, [this] { settings_.remove(kReferenceKey); });
+          throw std::runtime_error(std::string("Failed to download background database!\n") +
+                                   e.what());
+        }
+        const GeneListResult result =
+            GeneListSubnetwork(referenceNetwork, genes, intermediates, progress);
+        QStringList absent;
+        for (const std::string& name : result.absent) absent << Q(name);
+        const QString absentNote =
+            absent.isEmpty() ? QString()
+                             : tr("Not in the reference network: %1").arg(absent.join(' '));
+        if (result.rows.empty()) {
+          return [this, absentNote] {
+            setStatus(QString());
+            prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
+                             Q(std::string(kNoConnectionsMessage)), absentNote);
+          };
+        }
+        WriteFileAtomically(Path(target), SigRowsText(result.rows));
+        LoadedNetwork loaded = ReadNetwork(target, ReadOptions{NetworkFormat::Sig, {}}, output);
+        return [this, loaded, target, absentNote] {
+          installNetwork(loaded.network, loaded.colors, target, loaded.warnings);
+          QStringList details{tr("Written to %1.").arg(target)};
+          if (!absentNote.isEmpty()) details << absentNote;
+          prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
+                           Q(std::string(kGeneListSuccessMessage)), details.join('\n'));
+        };
+      });
 }
 
 // ----- short commands -----

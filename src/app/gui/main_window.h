@@ -61,6 +61,8 @@ class MainWindow : public QWidget {
   // Loads a network file on the worker thread, as the load commands do once a file is
   // chosen.
   void loadNetwork(const QString& file, NetworkFormat format);
+  // Reads a network with explicit reader options (the table columns chosen in a dialog).
+  void loadNetwork(const QString& file, const ReadOptions& options);
 
  public slots:
   void loadSigNetwork();
