@@ -18,16 +18,6 @@
 namespace tessel {
 namespace {
 
-bool IsSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsSpace(s.back())) s.remove_suffix(1);
-  return s;
-}
-
 // A field value as the network keeps it: trimmed, each blank inside turned into "_" (no
 // network field holds a blank), "NA" when nothing is left.
 std::string FieldValue(std::string_view raw) {
@@ -44,7 +34,7 @@ std::string KeyWord(std::string_view name) {
   std::string word;
   for (const char c : name) {
     if (IsSpace(c) || c == '_' || c == '-' || c == '.') continue;
-    word.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+    word.push_back(LowerAscii(c));
   }
   return word;
 }

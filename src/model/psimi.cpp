@@ -17,30 +17,6 @@
 namespace tessel {
 namespace {
 
-bool IsSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsSpace(s.back())) s.remove_suffix(1);
-  return s;
-}
-
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return LowerAscii(x) == LowerAscii(y);
-         });
-}
-
-bool EndsWithNoCase(std::string_view s, std::string_view suffix) {
-  return s.size() >= suffix.size() && EqualsNoCase(s.substr(s.size() - suffix.size()), suffix);
-}
-
 // A molecule name from an alias or label: trimmed, without an organism suffix; none when
 // nothing is left or a blank remains inside.
 std::optional<std::string> UsableName(std::string_view raw) {
@@ -216,41 +192,6 @@ std::string Latin1ToUtf8(std::string_view text) {
     }
   }
   return out;
-}
-
-// The offset of the first byte that does not belong to a well-formed UTF-8 sequence, or
-// npos when the whole text is valid.
-std::size_t FirstInvalidUtf8(std::string_view text) {
-  std::size_t i = 0;
-  const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-  while (i < text.size()) {
-    const unsigned char c = byte(i);
-    if (c < 0x80) {
-      ++i;
-      continue;
-    }
-    std::size_t length = 0;
-    unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
-    if (c >= 0xC2 && c <= 0xDF) {
-      length = 2;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      length = 3;
-      if (c == 0xE0) low = 0xA0;   // no overlong forms
-      if (c == 0xED) high = 0x9F;  // no surrogates
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      length = 4;
-      if (c == 0xF0) low = 0x90;
-      if (c == 0xF4) high = 0x8F;  // nothing above U+10FFFF
-    } else {
-      return i;
-    }
-    if (i + length > text.size() || byte(i + 1) < low || byte(i + 1) > high) return i;
-    for (std::size_t k = 2; k < length; ++k) {
-      if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return i;
-    }
-    i += length;
-  }
-  return std::string_view::npos;
 }
 
 // Element names are compared without a namespace prefix.

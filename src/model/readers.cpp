@@ -22,10 +22,6 @@ constexpr std::string_view kPairsColumnMessage =
     " to few or too many columns\nThe load two column function only accepts text files with 2 "
     "columns in each row!";
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-
 // Splits a line into at most `Max` fields; returns the number of fields found, which is
 // Max + 1 when the line holds more than Max.
 template <std::size_t Max>

@@ -16,30 +16,6 @@ namespace {
 // ---------------------------------------------------------------------------------------
 // Text helpers
 
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
-  return s;
-}
-
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return LowerAscii(x) == LowerAscii(y);
-         });
-}
-
-bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
-  return s.size() >= prefix.size() && EqualsNoCase(s.substr(0, prefix.size()), prefix);
-}
-
 bool IsDigits(std::string_view s) {
   return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
@@ -102,7 +78,7 @@ class LineCursor {
   // The next line holding something other than blanks and not starting with "#".
   bool nextContent(std::string_view& line) {
     while (next(line)) {
-      const std::string_view t = Trim(line);
+      const std::string_view t = TrimBlanks(line);
       if (!t.empty() && t.front() != '#') return true;
     }
     return false;
@@ -167,10 +143,10 @@ class FieldSplitter {
       while (true) {
         const std::size_t end = record.find(sep_, start);
         if (end == std::string_view::npos) {
-          fields_.push_back(Trim(record.substr(start)));
+          fields_.push_back(TrimBlanks(record.substr(start)));
           return true;
         }
-        fields_.push_back(Trim(record.substr(start, end - start)));
+        fields_.push_back(TrimBlanks(record.substr(start, end - start)));
         start = end + 1;
       }
     }
@@ -211,13 +187,13 @@ class FieldSplitter {
         if (!closed) return false;
         // Text between the closing quote and the separator is kept as written.
         const std::size_t end = std::min(record.find(sep_, i), record.size());
-        storage_.append(Trim(record.substr(i, end - i)));
+        storage_.append(TrimBlanks(record.substr(i, end - i)));
         fields_.push_back(std::string_view(storage_).substr(begin));
         if (end == record.size()) return true;
         i = end + 1;
       } else {
         const std::size_t end = std::min(record.find(sep_, i), record.size());
-        fields_.push_back(Trim(record.substr(i, end - i)));
+        fields_.push_back(TrimBlanks(record.substr(i, end - i)));
         if (end == record.size()) return true;
         i = end + 1;
       }
@@ -295,7 +271,7 @@ void ParsePubmedIds(std::string_view field, std::vector<PubmedId>& ids) {
 // -> "SmallMolecule", "mirna" -> "miRNA"; other words are capitalised, with blanks removed
 // between the capitalised words ("fusion protein" -> "FusionProtein").
 std::string SignorEntityType(std::string_view raw) {
-  raw = Trim(raw);
+  raw = TrimBlanks(raw);
   if (raw.empty()) return "NA";
   static constexpr std::array<std::pair<std::string_view, std::string_view>, 10> kKnown = {{
       {"protein", "Protein"},
@@ -398,7 +374,7 @@ struct Layout {
 
 // Finds a column given by title (any letter case, or equal title keys) or 1-based number.
 std::size_t FindGivenColumn(const std::vector<std::string_view>& titles, std::string_view given) {
-  given = Trim(given);
+  given = TrimBlanks(given);
   if (IsDigits(given)) {
     std::size_t number = 0;
     std::from_chars(given.data(), given.data() + given.size(), number);
@@ -775,7 +751,7 @@ std::vector<std::string_view> SifFields(std::string_view line) {
     std::size_t start = 0;
     while (true) {
       const std::size_t end = std::min(line.find('\t', start), line.size());
-      const std::string_view f = Trim(line.substr(start, end - start));
+      const std::string_view f = TrimBlanks(line.substr(start, end - start));
       if (!f.empty()) fields.push_back(f);
       if (end == line.size()) break;
       start = end + 1;
