@@ -1,6 +1,11 @@
-// Shared text helpers: trimming, case folding and UTF-8 well-formedness.
+// Shared text helpers: UTF-8 well-formedness, line numbering and line walking.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
+#include "model/text_input.h"
+#include "util/error.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -41,6 +46,70 @@ TEST(TextTrim, TrimDropsLineBreaksButTrimBlanksKeepsThem) {
   EXPECT_TRUE(StartsWithNoCase("Phenotype X", "PHENOTYPE"));
   EXPECT_TRUE(EndsWithNoCase("TP53_HUMAN", "_human"));
   EXPECT_FALSE(EndsWithNoCase("n", "_human"));
+}
+
+TEST(LineIndex, ALineBreakBelongsToTheLineItEnds) {
+  const LineIndex lines("ab\n\nc\n");
+  EXPECT_EQ(lines.lineOf(-1), 0u);
+  EXPECT_EQ(lines.lineOf(0), 1u);
+  EXPECT_EQ(lines.lineOf(2), 1u);  // the first '\n'
+  EXPECT_EQ(lines.lineOf(3), 2u);  // the empty line's '\n'
+  EXPECT_EQ(lines.lineOf(4), 3u);
+  EXPECT_EQ(lines.lineOf(5), 3u);
+  EXPECT_EQ(lines.lineOf(6), 4u);  // past the final line break
+}
+
+std::vector<std::string> AllLines(std::string_view text, LineCursor::Mode mode) {
+  LineCursor cursor(text, mode);
+  std::vector<std::string> lines;
+  std::string_view line;
+  while (cursor.next(line)) lines.emplace_back(line);
+  return lines;
+}
+
+TEST(LineCursor, StrippedModeDropsTheByteOrderMarkAndCarriageReturnsRawModeKeepsThem) {
+  const std::string_view text =
+      "\xEF\xBB\xBF"
+      "a\r\n\r\nb";
+  EXPECT_EQ(AllLines(text, LineCursor::Mode::kStripped), (std::vector<std::string>{"a", "", "b"}));
+  EXPECT_EQ(AllLines(text, LineCursor::Mode::kRaw), (std::vector<std::string>{"\xEF\xBB\xBF"
+                                                                              "a\r",
+                                                                              "\r", "b"}));
+  EXPECT_EQ(AllLines("a\n", LineCursor::Mode::kRaw), (std::vector<std::string>{"a"}));
+}
+
+TEST(LineCursor, ContentLinesSkipBlanksAndCommentsAndExtendCountsTheJoinedLines) {
+  LineCursor cursor("# title\n \t\nx,\"1\r\n2\"\r\ny\n", LineCursor::Mode::kStripped);
+  std::string_view line;
+  ASSERT_TRUE(cursor.nextContent(line));
+  EXPECT_EQ(line, "x,\"1");
+  EXPECT_EQ(cursor.number(), 3u);
+  ASSERT_TRUE(cursor.extend(line));
+  EXPECT_EQ(line, "x,\"1\r\n2\"");
+  EXPECT_EQ(cursor.number(), 4u);
+  ASSERT_TRUE(cursor.nextContent(line));
+  EXPECT_EQ(line, "y");
+  EXPECT_EQ(cursor.number(), 5u);
+  EXPECT_FALSE(cursor.extend(line));
+  EXPECT_FALSE(cursor.nextContent(line));
+}
+
+TEST(CheckIsText, BlankTextIsEmptyOnlyWhenAskedAndANulNamesItsLine) {
+  EXPECT_THROW(CheckIsText("", "f", EmptyText::kNoBytes), InputError);
+  EXPECT_NO_THROW(CheckIsText(" \n\t", "f", EmptyText::kNoBytes));
+  try {
+    CheckIsText(" \n\t", "f", EmptyText::kOnlyBlanks);
+    FAIL() << "a blank text passed";
+  } catch (const InputError& e) {
+    EXPECT_EQ(e.line(), 0u);
+    EXPECT_EQ(e.message(), "the file is empty");
+  }
+  try {
+    CheckIsText(std::string_view("a\nb\n\0", 5), "f", EmptyText::kOnlyBlanks);
+    FAIL() << "a NUL byte passed";
+  } catch (const InputError& e) {
+    EXPECT_EQ(e.line(), 3u);
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <pugixml.hpp>
 
 #include "model/effects.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/text.h"
 
@@ -143,25 +144,6 @@ class BinaryCollector {
 // ---------------------------------------------------------------------------------------
 // PSI-MI XML
 
-// Maps byte offsets of a text to 1-based line numbers.
-class LineIndex {
- public:
-  explicit LineIndex(std::string_view text) {
-    for (std::size_t i = text.find('\n'); i != std::string_view::npos; i = text.find('\n', i + 1)) {
-      breaks_.push_back(i);
-    }
-  }
-  std::size_t lineOf(std::ptrdiff_t offset) const {
-    if (offset < 0) return 0;
-    return 1 + static_cast<std::size_t>(std::lower_bound(breaks_.begin(), breaks_.end(),
-                                                         static_cast<std::size_t>(offset)) -
-                                        breaks_.begin());
-  }
-
- private:
-  std::vector<std::size_t> breaks_;
-};
-
 // The value of encoding="..." in the XML declaration, or "" when there is none.
 std::string_view DeclaredEncoding(std::string_view text) {
   if (text.substr(0, 5) != "<?xml") return {};
@@ -192,13 +174,6 @@ std::string Latin1ToUtf8(std::string_view text) {
     }
   }
   return out;
-}
-
-// Element names are compared without a namespace prefix.
-std::string_view LocalName(const pugi::xml_node& node) {
-  const std::string_view name = node.name();
-  const std::size_t colon = name.rfind(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
 pugi::xml_node Child(const pugi::xml_node& node, std::string_view name) {

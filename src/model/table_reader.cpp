@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/effects.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/text.h"
 
@@ -56,65 +57,6 @@ std::string_view OneWord(std::string_view field, std::string& buffer) {
 // An optional field: "NA" when empty, else one word.
 std::string_view OptionalWord(std::string_view field, std::string& buffer) {
   return IsUnknownField(field) ? std::string_view("NA") : OneWord(field, buffer);
-}
-
-// Walks the lines of a text, numbering them from 1 (a UTF-8 byte order mark is skipped).
-class LineCursor {
- public:
-  explicit LineCursor(std::string_view text) : text_(text) {
-    if (text_.substr(0, 3) == "\xEF\xBB\xBF") pos_ = 3;
-  }
-  // The next line (without its line break), or false at the end.
-  bool next(std::string_view& line) {
-    if (pos_ >= text_.size()) return false;
-    const std::size_t end = text_.find('\n', pos_);
-    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
-    line = text_.substr(pos_, stop - pos_);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    pos_ = stop + 1;
-    ++number_;
-    return true;
-  }
-  // The next line holding something other than blanks and not starting with "#".
-  bool nextContent(std::string_view& line) {
-    while (next(line)) {
-      const std::string_view t = TrimBlanks(line);
-      if (!t.empty() && t.front() != '#') return true;
-    }
-    return false;
-  }
-  // Extends `line` (which must be the last line returned) by the following line, for a
-  // quoted field that holds a line break. False at the end of the text.
-  bool extend(std::string_view& line) {
-    if (pos_ >= text_.size()) return false;
-    const std::size_t end = text_.find('\n', pos_);
-    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
-    line =
-        std::string_view(line.data(), static_cast<std::size_t>(text_.data() + stop - line.data()));
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    pos_ = stop + 1;
-    ++number_;
-    return true;
-  }
-  std::size_t number() const { return number_; }
-
- private:
-  std::string_view text_;
-  std::size_t pos_ = 0;
-  std::size_t number_ = 0;
-};
-
-// Refuses texts with nothing but blanks and texts holding NUL bytes (binary files).
-void CheckIsText(std::string_view text, const std::string& file) {
-  if (text.find_first_not_of(" \t\r\n\v\f") == std::string_view::npos) {
-    throw InputError(file, 0, "the file is empty");
-  }
-  const std::size_t nul = text.find('\0');
-  if (nul != std::string_view::npos) {
-    const std::size_t line =
-        1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + nul, '\n'));
-    throw InputError(file, line, "binary data: this is not a text network file");
-  }
 }
 
 // Splits records into fields at one separator character, or at runs of blanks when the
@@ -628,7 +570,7 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
                        bool preferEffectColumn, Warnings* warnings) {
   NetworkBuilder builder;
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   if (layout.header) {
     FieldSplitter titles(layout.separator, layout.quotes);
     std::size_t line = 0;
@@ -645,14 +587,14 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
 // source or target column is found.
 Layout TableLayout(std::string_view text, const std::string& file, const TableColumns& given,
                    bool quotes) {
-  LineCursor peek(text);
+  LineCursor peek(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!peek.nextContent(first)) throw InputError(file, 0, "the file holds no interactions");
   Layout layout;
   layout.separator = SeparatorOf(first);
   layout.quotes = quotes && layout.separator != ' ';
   FieldSplitter header(layout.separator, layout.quotes);
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::size_t titleLine = 0;
   NextRecord(lines, header, file, titleLine);
   const std::vector<std::string_view>& titles = header.fields();
@@ -769,13 +711,13 @@ bool HasKey(const std::vector<std::string>& keys, std::string_view key) {
 
 Network ReadTableText(std::string_view text, const std::string& file, const TableColumns& columns,
                       Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, columns, true);
   return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings);
 }
 
 Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, {}, false);
   if (!layout.header) {
     throw InputError(file, 1, "no OmniPath title line (source, target, ...)");
@@ -784,8 +726,8 @@ Network ReadOmniPathText(std::string_view text, const std::string& file, Warning
 }
 
 Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
-  LineCursor lines(text);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!lines.nextContent(first)) throw InputError(file, 0, "the file holds no interactions");
   FieldSplitter f('\t', false);
@@ -836,9 +778,9 @@ Network ReadSignorText(std::string_view text, const std::string& file, Warnings*
 }
 
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   NetworkBuilder builder;
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   EffectWords effects;
   std::string_view line;
   std::string sourceBuffer, targetBuffer, relationBuffer;
@@ -875,7 +817,7 @@ Network ReadSifText(std::string_view text, const std::string& file, Warnings* wa
 }
 
 std::optional<NetworkFormat> DetectTabularFormat(std::string_view text) {
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!lines.nextContent(first)) return std::nullopt;
 
