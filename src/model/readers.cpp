@@ -223,10 +223,6 @@ Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnin
 
 namespace {
 
-bool StartsWith(std::string_view s, std::string_view prefix) {
-  return s.substr(0, prefix.size()) == prefix;
-}
-
 // A MITAB identifier column holds "db:id" entries (or "-" when there is no interactor).
 bool LooksLikeMitabRow(std::string_view line) {
   if (std::count(line.begin(), line.end(), '\t') < 14) return false;
@@ -259,8 +255,8 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
   while (lines.next(line)) {
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     // MITAB column titles, with or without the leading "#".
-    if (StartsWith(line, "#ID") || StartsWith(line, "ID(s) interactor") ||
-        StartsWith(line, "ID interactor") || StartsWith(line, "#unique_identifier")) {
+    if (line.starts_with("#ID") || line.starts_with("ID(s) interactor") ||
+        line.starts_with("ID interactor") || line.starts_with("#unique_identifier")) {
       return NetworkFormat::Mitab;
     }
     if (LooksLikeMitabRow(line)) return NetworkFormat::Mitab;
