@@ -398,14 +398,8 @@ Network ReadGraphMlText(std::string_view text, const std::string& file, Warnings
   if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
   if (Trim(text).empty()) throw InputError(file, 0, "the file is empty");
   const LineIndex lines(text);
-  // Default options: no DOCTYPE processing, so no entity declared in the file is expanded.
   pugi::xml_document doc;
-  const pugi::xml_parse_result parsed =
-      doc.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (!parsed) {
-    throw InputError(file, lines.lineOf(parsed.offset),
-                     std::string("malformed XML: ") + parsed.description());
-  }
+  ParseXml(doc, text, file, lines);
   GraphMlReader reader(text, file, warnings);
   const pugi::xml_node root = doc.document_element();
   if (LocalName(root) != "graphml") {

@@ -560,14 +560,8 @@ Network ReadPsiMiXml(std::string_view text, const std::string& file, Warnings* w
                      "encoding=\"ISO-8859-1\")");
   }
 
-  // Default options: no DOCTYPE processing, so no entity declared in the file is expanded.
   pugi::xml_document doc;
-  const pugi::xml_parse_result parsed =
-      doc.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (!parsed) {
-    throw InputError(file, lines.lineOf(parsed.offset),
-                     std::string("malformed XML: ") + parsed.description());
-  }
+  ParseXml(doc, text, file, lines);
   PsiMiXmlReader reader(text, file);
   const pugi::xml_node root = doc.document_element();
   if (LocalName(root) != "entrySet") {

@@ -72,6 +72,16 @@ std::size_t LineIndex::lineOf(std::ptrdiff_t offset) const {
                                       breaks_.begin());
 }
 
+void ParseXml(pugi::xml_document& doc, std::string_view text, const std::string& file,
+              const LineIndex& lines) {
+  const pugi::xml_parse_result parsed =
+      doc.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
+  if (!parsed) {
+    throw InputError(file, lines.lineOf(parsed.offset),
+                     std::string("malformed XML: ") + parsed.description());
+  }
+}
+
 std::string_view LocalName(const pugi::xml_node& node) {
   const std::string_view name = node.name();
   const std::size_t colon = name.rfind(':');

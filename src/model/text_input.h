@@ -7,8 +7,9 @@
 #include <vector>
 
 namespace pugi {
+class xml_document;
 class xml_node;
-}
+}  // namespace pugi
 
 namespace tessel {
 
@@ -62,6 +63,11 @@ class LineIndex {
  private:
   std::vector<std::size_t> breaks_;
 };
+
+// Parses `text` as UTF-8 XML into `doc` with the default options: no DOCTYPE processing, so
+// no entity declared in the file is expanded. Malformed XML is an InputError at its line.
+void ParseXml(pugi::xml_document& doc, std::string_view text, const std::string& file,
+              const LineIndex& lines);
 
 // An XML element name without its namespace prefix.
 std::string_view LocalName(const pugi::xml_node& node);
