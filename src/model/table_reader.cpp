@@ -37,13 +37,12 @@ std::string TitleKey(std::string_view title) {
 // and line breaks inside quoted fields give one "_"). Returns the field itself when it
 // holds no blank, else the text built in `buffer`.
 std::string_view OneWord(std::string_view field, std::string& buffer) {
-  const bool blank =
-      std::any_of(field.begin(), field.end(), [](char c) { return IsBlank(c) || c == '\n'; });
+  const bool blank = std::any_of(field.begin(), field.end(), IsSpace);
   if (!blank) return field;
   buffer.clear();
   bool gap = false;
   for (const char c : field) {
-    if (IsBlank(c) || c == '\n') {
+    if (IsSpace(c)) {
       gap = true;
       continue;
     }
