@@ -18,10 +18,6 @@ std::string Lower(std::string_view s) {
   return out;
 }
 
-bool StartsWith(std::string_view s, std::string_view prefix) {
-  return s.substr(0, prefix.size()) == prefix;
-}
-
 constexpr std::array<std::string_view, 19> kActivationWords = {
     "+",           "1",          "+1",        "activation", "activates", "activate", "activating",
     "stimulation", "stimulates", "stimulate", "positive",   "induction", "induces",  "up",
@@ -40,11 +36,11 @@ std::optional<std::string_view> EffectFromWord(std::string_view word) {
   const std::string w = Lower(word);
   for (const std::string_view prefix :
        {"up-regulates", "up regulates", "upregulates", "up-regulation", "upregulation"}) {
-    if (StartsWith(w, prefix)) return kActivation;
+    if (w.starts_with(prefix)) return kActivation;
   }
   for (const std::string_view prefix :
        {"down-regulates", "down regulates", "downregulates", "down-regulation", "downregulation"}) {
-    if (StartsWith(w, prefix)) return kInhibition;
+    if (w.starts_with(prefix)) return kInhibition;
   }
   for (const std::string_view a : kActivationWords) {
     if (w == a) return kActivation;

@@ -12,21 +12,12 @@
 #include <pugixml.hpp>
 
 #include "model/effects.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/text.h"
 
 namespace tessel {
 namespace {
-
-bool IsSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsSpace(s.back())) s.remove_suffix(1);
-  return s;
-}
 
 // A field value as the network keeps it: trimmed, each blank inside turned into "_" (no
 // network field holds a blank), "NA" when nothing is left.
@@ -44,35 +35,10 @@ std::string KeyWord(std::string_view name) {
   std::string word;
   for (const char c : name) {
     if (IsSpace(c) || c == '_' || c == '-' || c == '.') continue;
-    word.push_back(c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c);
+    word.push_back(LowerAscii(c));
   }
   return word;
 }
-
-std::string_view LocalName(const pugi::xml_node& node) {
-  const std::string_view name = node.name();
-  const std::size_t colon = name.rfind(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
-}
-
-// Maps byte offsets of a text to 1-based line numbers.
-class LineIndex {
- public:
-  explicit LineIndex(std::string_view text) {
-    for (std::size_t i = text.find('\n'); i != std::string_view::npos; i = text.find('\n', i + 1)) {
-      breaks_.push_back(i);
-    }
-  }
-  std::size_t lineOf(std::ptrdiff_t offset) const {
-    if (offset < 0) return 0;
-    return 1 + static_cast<std::size_t>(std::lower_bound(breaks_.begin(), breaks_.end(),
-                                                         static_cast<std::size_t>(offset)) -
-                                        breaks_.begin());
-  }
-
- private:
-  std::vector<std::size_t> breaks_;
-};
 
 // What a key holds for a molecule or an interaction. Lower ranks win when an element
 // carries several keys for the same field.
@@ -432,14 +398,8 @@ Network ReadGraphMlText(std::string_view text, const std::string& file, Warnings
   if (text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
   if (Trim(text).empty()) throw InputError(file, 0, "the file is empty");
   const LineIndex lines(text);
-  // Default options: no DOCTYPE processing, so no entity declared in the file is expanded.
   pugi::xml_document doc;
-  const pugi::xml_parse_result parsed =
-      doc.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (!parsed) {
-    throw InputError(file, lines.lineOf(parsed.offset),
-                     std::string("malformed XML: ") + parsed.description());
-  }
+  ParseXml(doc, text, file, lines);
   GraphMlReader reader(text, file, warnings);
   const pugi::xml_node root = doc.document_element();
   if (LocalName(root) != "graphml") {

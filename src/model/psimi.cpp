@@ -11,35 +11,12 @@
 #include <pugixml.hpp>
 
 #include "model/effects.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/text.h"
 
 namespace tessel {
 namespace {
-
-bool IsSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsSpace(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsSpace(s.back())) s.remove_suffix(1);
-  return s;
-}
-
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return LowerAscii(x) == LowerAscii(y);
-         });
-}
-
-bool EndsWithNoCase(std::string_view s, std::string_view suffix) {
-  return s.size() >= suffix.size() && EqualsNoCase(s.substr(s.size() - suffix.size()), suffix);
-}
 
 // A molecule name from an alias or label: trimmed, without an organism suffix; none when
 // nothing is left or a blank remains inside.
@@ -167,25 +144,6 @@ class BinaryCollector {
 // ---------------------------------------------------------------------------------------
 // PSI-MI XML
 
-// Maps byte offsets of a text to 1-based line numbers.
-class LineIndex {
- public:
-  explicit LineIndex(std::string_view text) {
-    for (std::size_t i = text.find('\n'); i != std::string_view::npos; i = text.find('\n', i + 1)) {
-      breaks_.push_back(i);
-    }
-  }
-  std::size_t lineOf(std::ptrdiff_t offset) const {
-    if (offset < 0) return 0;
-    return 1 + static_cast<std::size_t>(std::lower_bound(breaks_.begin(), breaks_.end(),
-                                                         static_cast<std::size_t>(offset)) -
-                                        breaks_.begin());
-  }
-
- private:
-  std::vector<std::size_t> breaks_;
-};
-
 // The value of encoding="..." in the XML declaration, or "" when there is none.
 std::string_view DeclaredEncoding(std::string_view text) {
   if (text.substr(0, 5) != "<?xml") return {};
@@ -216,48 +174,6 @@ std::string Latin1ToUtf8(std::string_view text) {
     }
   }
   return out;
-}
-
-// The offset of the first byte that does not belong to a well-formed UTF-8 sequence, or
-// npos when the whole text is valid.
-std::size_t FirstInvalidUtf8(std::string_view text) {
-  std::size_t i = 0;
-  const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-  while (i < text.size()) {
-    const unsigned char c = byte(i);
-    if (c < 0x80) {
-      ++i;
-      continue;
-    }
-    std::size_t length = 0;
-    unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
-    if (c >= 0xC2 && c <= 0xDF) {
-      length = 2;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      length = 3;
-      if (c == 0xE0) low = 0xA0;   // no overlong forms
-      if (c == 0xED) high = 0x9F;  // no surrogates
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      length = 4;
-      if (c == 0xF0) low = 0x90;
-      if (c == 0xF4) high = 0x8F;  // nothing above U+10FFFF
-    } else {
-      return i;
-    }
-    if (i + length > text.size() || byte(i + 1) < low || byte(i + 1) > high) return i;
-    for (std::size_t k = 2; k < length; ++k) {
-      if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return i;
-    }
-    i += length;
-  }
-  return std::string_view::npos;
-}
-
-// Element names are compared without a namespace prefix.
-std::string_view LocalName(const pugi::xml_node& node) {
-  const std::string_view name = node.name();
-  const std::size_t colon = name.rfind(':');
-  return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
 pugi::xml_node Child(const pugi::xml_node& node, std::string_view name) {
@@ -644,14 +560,8 @@ Network ReadPsiMiXml(std::string_view text, const std::string& file, Warnings* w
                      "encoding=\"ISO-8859-1\")");
   }
 
-  // Default options: no DOCTYPE processing, so no entity declared in the file is expanded.
   pugi::xml_document doc;
-  const pugi::xml_parse_result parsed =
-      doc.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (!parsed) {
-    throw InputError(file, lines.lineOf(parsed.offset),
-                     std::string("malformed XML: ") + parsed.description());
-  }
+  ParseXml(doc, text, file, lines);
   PsiMiXmlReader reader(text, file);
   const pugi::xml_node root = doc.document_element();
   if (LocalName(root) != "entrySet") {

@@ -9,6 +9,7 @@
 #include "model/graphml.h"
 #include "model/psimi.h"
 #include "model/table_reader.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
@@ -21,10 +22,6 @@ constexpr std::string_view kSigColumnMessage =
 constexpr std::string_view kPairsColumnMessage =
     " to few or too many columns\nThe load two column function only accepts text files with 2 "
     "columns in each row!";
-
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
 
 // Splits a line into at most `Max` fields; returns the number of fields found, which is
 // Max + 1 when the line holds more than Max.
@@ -41,37 +38,6 @@ std::size_t SplitLine(std::string_view line, std::array<std::string_view, Max>& 
     fields[count++] = line.substr(start, i - start);
   }
   return count;
-}
-
-// Walks the lines of a text, numbering them from 1.
-class LineCursor {
- public:
-  explicit LineCursor(std::string_view text) : text_(text) {}
-  bool next(std::string_view& line) {
-    if (pos_ >= text_.size()) return false;
-    const std::size_t end = text_.find('\n', pos_);
-    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
-    line = text_.substr(pos_, stop - pos_);
-    pos_ = stop + 1;
-    ++number_;
-    return true;
-  }
-  std::size_t number() const { return number_; }
-
- private:
-  std::string_view text_;
-  std::size_t pos_ = 0;
-  std::size_t number_ = 0;
-};
-
-void CheckIsText(std::string_view text, const std::string& file) {
-  if (text.empty()) throw InputError(file, 0, "the file is empty");
-  const std::size_t nul = text.find('\0');
-  if (nul != std::string_view::npos) {
-    const std::size_t line =
-        1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + nul, '\n'));
-    throw InputError(file, line, "binary data: this is not a text network file");
-  }
 }
 
 // Reads a PubMed id as a decimal integer; a text that is not a number reads as 0.
@@ -176,14 +142,14 @@ std::vector<std::string> FormatNames() {
 }
 
 Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kNoBytes);
   NetworkBuilder builder;
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   std::array<std::string_view, 13> f;
   std::string sourceBuffer, targetBuffer;
   bool ended = false;  // a row naming "na" ends the data; later lines are still checked
   bool first = true;
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kRaw);
   std::string_view line;
   while (lines.next(line)) {
     const std::size_t count = SplitLine(line, f);
@@ -224,12 +190,12 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
 }
 
 Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnings*) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kNoBytes);
   NetworkBuilder builder;
   std::array<std::string_view, 2> f;
   bool ended = false;
   bool first = true;
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kRaw);
   std::string_view line;
   while (lines.next(line)) {
     const std::size_t count = SplitLine(line, f);
@@ -256,10 +222,6 @@ Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnin
 }
 
 namespace {
-
-bool StartsWith(std::string_view s, std::string_view prefix) {
-  return s.substr(0, prefix.size()) == prefix;
-}
 
 // A MITAB identifier column holds "db:id" entries (or "-" when there is no interactor).
 bool LooksLikeMitabRow(std::string_view line) {
@@ -288,13 +250,13 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
   if (ext == ".SIG") return NetworkFormat::Sig;
   if (ext == ".GRAPHML") return NetworkFormat::GraphMl;
   if (ext == ".SIF") return NetworkFormat::Sif;
-  LineCursor lines(text.substr(start));
+  LineCursor lines(text.substr(start), LineCursor::Mode::kRaw);
   std::string_view line;
   while (lines.next(line)) {
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     // MITAB column titles, with or without the leading "#".
-    if (StartsWith(line, "#ID") || StartsWith(line, "ID(s) interactor") ||
-        StartsWith(line, "ID interactor") || StartsWith(line, "#unique_identifier")) {
+    if (line.starts_with("#ID") || line.starts_with("ID(s) interactor") ||
+        line.starts_with("ID interactor") || line.starts_with("#unique_identifier")) {
       return NetworkFormat::Mitab;
     }
     if (LooksLikeMitabRow(line)) return NetworkFormat::Mitab;
@@ -314,7 +276,7 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
                         Warnings* warnings) {
   NetworkFormat format = options.format;
   if (format == NetworkFormat::Auto) {
-    CheckIsText(text, file);
+    CheckIsText(text, file, EmptyText::kNoBytes);
     format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
   }
   switch (format) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/effects.h"
+#include "model/text_input.h"
 #include "util/error.h"
 #include "util/text.h"
 
@@ -15,30 +16,6 @@ namespace {
 
 // ---------------------------------------------------------------------------------------
 // Text helpers
-
-bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
-}
-
-std::string_view Trim(std::string_view s) {
-  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
-  return s;
-}
-
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return LowerAscii(x) == LowerAscii(y);
-         });
-}
-
-bool StartsWithNoCase(std::string_view s, std::string_view prefix) {
-  return s.size() >= prefix.size() && EqualsNoCase(s.substr(0, prefix.size()), prefix);
-}
 
 bool IsDigits(std::string_view s) {
   return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -60,13 +37,12 @@ std::string TitleKey(std::string_view title) {
 // and line breaks inside quoted fields give one "_"). Returns the field itself when it
 // holds no blank, else the text built in `buffer`.
 std::string_view OneWord(std::string_view field, std::string& buffer) {
-  const bool blank =
-      std::any_of(field.begin(), field.end(), [](char c) { return IsBlank(c) || c == '\n'; });
+  const bool blank = std::any_of(field.begin(), field.end(), IsSpace);
   if (!blank) return field;
   buffer.clear();
   bool gap = false;
   for (const char c : field) {
-    if (IsBlank(c) || c == '\n') {
+    if (IsSpace(c)) {
       gap = true;
       continue;
     }
@@ -80,65 +56,6 @@ std::string_view OneWord(std::string_view field, std::string& buffer) {
 // An optional field: "NA" when empty, else one word.
 std::string_view OptionalWord(std::string_view field, std::string& buffer) {
   return IsUnknownField(field) ? std::string_view("NA") : OneWord(field, buffer);
-}
-
-// Walks the lines of a text, numbering them from 1 (a UTF-8 byte order mark is skipped).
-class LineCursor {
- public:
-  explicit LineCursor(std::string_view text) : text_(text) {
-    if (text_.substr(0, 3) == "\xEF\xBB\xBF") pos_ = 3;
-  }
-  // The next line (without its line break), or false at the end.
-  bool next(std::string_view& line) {
-    if (pos_ >= text_.size()) return false;
-    const std::size_t end = text_.find('\n', pos_);
-    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
-    line = text_.substr(pos_, stop - pos_);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    pos_ = stop + 1;
-    ++number_;
-    return true;
-  }
-  // The next line holding something other than blanks and not starting with "#".
-  bool nextContent(std::string_view& line) {
-    while (next(line)) {
-      const std::string_view t = Trim(line);
-      if (!t.empty() && t.front() != '#') return true;
-    }
-    return false;
-  }
-  // Extends `line` (which must be the last line returned) by the following line, for a
-  // quoted field that holds a line break. False at the end of the text.
-  bool extend(std::string_view& line) {
-    if (pos_ >= text_.size()) return false;
-    const std::size_t end = text_.find('\n', pos_);
-    const std::size_t stop = end == std::string_view::npos ? text_.size() : end;
-    line =
-        std::string_view(line.data(), static_cast<std::size_t>(text_.data() + stop - line.data()));
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    pos_ = stop + 1;
-    ++number_;
-    return true;
-  }
-  std::size_t number() const { return number_; }
-
- private:
-  std::string_view text_;
-  std::size_t pos_ = 0;
-  std::size_t number_ = 0;
-};
-
-// Refuses texts with nothing but blanks and texts holding NUL bytes (binary files).
-void CheckIsText(std::string_view text, const std::string& file) {
-  if (text.find_first_not_of(" \t\r\n\v\f") == std::string_view::npos) {
-    throw InputError(file, 0, "the file is empty");
-  }
-  const std::size_t nul = text.find('\0');
-  if (nul != std::string_view::npos) {
-    const std::size_t line =
-        1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + nul, '\n'));
-    throw InputError(file, line, "binary data: this is not a text network file");
-  }
 }
 
 // Splits records into fields at one separator character, or at runs of blanks when the
@@ -167,10 +84,10 @@ class FieldSplitter {
       while (true) {
         const std::size_t end = record.find(sep_, start);
         if (end == std::string_view::npos) {
-          fields_.push_back(Trim(record.substr(start)));
+          fields_.push_back(TrimBlanks(record.substr(start)));
           return true;
         }
-        fields_.push_back(Trim(record.substr(start, end - start)));
+        fields_.push_back(TrimBlanks(record.substr(start, end - start)));
         start = end + 1;
       }
     }
@@ -211,13 +128,13 @@ class FieldSplitter {
         if (!closed) return false;
         // Text between the closing quote and the separator is kept as written.
         const std::size_t end = std::min(record.find(sep_, i), record.size());
-        storage_.append(Trim(record.substr(i, end - i)));
+        storage_.append(TrimBlanks(record.substr(i, end - i)));
         fields_.push_back(std::string_view(storage_).substr(begin));
         if (end == record.size()) return true;
         i = end + 1;
       } else {
         const std::size_t end = std::min(record.find(sep_, i), record.size());
-        fields_.push_back(Trim(record.substr(i, end - i)));
+        fields_.push_back(TrimBlanks(record.substr(i, end - i)));
         if (end == record.size()) return true;
         i = end + 1;
       }
@@ -295,7 +212,7 @@ void ParsePubmedIds(std::string_view field, std::vector<PubmedId>& ids) {
 // -> "SmallMolecule", "mirna" -> "miRNA"; other words are capitalised, with blanks removed
 // between the capitalised words ("fusion protein" -> "FusionProtein").
 std::string SignorEntityType(std::string_view raw) {
-  raw = Trim(raw);
+  raw = TrimBlanks(raw);
   if (raw.empty()) return "NA";
   static constexpr std::array<std::pair<std::string_view, std::string_view>, 10> kKnown = {{
       {"protein", "Protein"},
@@ -398,7 +315,7 @@ struct Layout {
 
 // Finds a column given by title (any letter case, or equal title keys) or 1-based number.
 std::size_t FindGivenColumn(const std::vector<std::string_view>& titles, std::string_view given) {
-  given = Trim(given);
+  given = TrimBlanks(given);
   if (IsDigits(given)) {
     std::size_t number = 0;
     std::from_chars(given.data(), given.data() + given.size(), number);
@@ -652,7 +569,7 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
                        bool preferEffectColumn, Warnings* warnings) {
   NetworkBuilder builder;
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   if (layout.header) {
     FieldSplitter titles(layout.separator, layout.quotes);
     std::size_t line = 0;
@@ -669,14 +586,14 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
 // source or target column is found.
 Layout TableLayout(std::string_view text, const std::string& file, const TableColumns& given,
                    bool quotes) {
-  LineCursor peek(text);
+  LineCursor peek(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!peek.nextContent(first)) throw InputError(file, 0, "the file holds no interactions");
   Layout layout;
   layout.separator = SeparatorOf(first);
   layout.quotes = quotes && layout.separator != ' ';
   FieldSplitter header(layout.separator, layout.quotes);
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::size_t titleLine = 0;
   NextRecord(lines, header, file, titleLine);
   const std::vector<std::string_view>& titles = header.fields();
@@ -775,7 +692,7 @@ std::vector<std::string_view> SifFields(std::string_view line) {
     std::size_t start = 0;
     while (true) {
       const std::size_t end = std::min(line.find('\t', start), line.size());
-      const std::string_view f = Trim(line.substr(start, end - start));
+      const std::string_view f = TrimBlanks(line.substr(start, end - start));
       if (!f.empty()) fields.push_back(f);
       if (end == line.size()) break;
       start = end + 1;
@@ -793,13 +710,13 @@ bool HasKey(const std::vector<std::string>& keys, std::string_view key) {
 
 Network ReadTableText(std::string_view text, const std::string& file, const TableColumns& columns,
                       Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, columns, true);
   return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings);
 }
 
 Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, {}, false);
   if (!layout.header) {
     throw InputError(file, 1, "no OmniPath title line (source, target, ...)");
@@ -808,8 +725,8 @@ Network ReadOmniPathText(std::string_view text, const std::string& file, Warning
 }
 
 Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
-  LineCursor lines(text);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!lines.nextContent(first)) throw InputError(file, 0, "the file holds no interactions");
   FieldSplitter f('\t', false);
@@ -860,9 +777,9 @@ Network ReadSignorText(std::string_view text, const std::string& file, Warnings*
 }
 
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file);
+  CheckIsText(text, file, EmptyText::kOnlyBlanks);
   NetworkBuilder builder;
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   EffectWords effects;
   std::string_view line;
   std::string sourceBuffer, targetBuffer, relationBuffer;
@@ -899,7 +816,7 @@ Network ReadSifText(std::string_view text, const std::string& file, Warnings* wa
 }
 
 std::optional<NetworkFormat> DetectTabularFormat(std::string_view text) {
-  LineCursor lines(text);
+  LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
   if (!lines.nextContent(first)) return std::nullopt;
 

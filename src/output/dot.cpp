@@ -3,39 +3,10 @@
 #include <cstddef>
 
 #include "util/safe_name.h"
+#include "util/text.h"
 
 namespace tessel {
 namespace {
-
-// The length of the well-formed UTF-8 sequence starting at `pos`, or 0 when the byte there
-// does not start one (a stray continuation byte, an overlong form, a surrogate, a value
-// above U+10FFFF or a truncated sequence).
-std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned char lead = byte(pos);
-  std::size_t length = 0;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3;
-    if (lead == 0xE0) low = 0xA0;   // no overlong forms
-    if (lead == 0xED) high = 0x9F;  // no surrogates
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4;
-    if (lead == 0xF0) low = 0x90;
-    if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
-  } else {
-    return 0;
-  }
-  if (pos + length > text.size()) return 0;
-  if (byte(pos + 1) < low || byte(pos + 1) > high) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
-    if (byte(pos + i) < 0x80 || byte(pos + i) > 0xBF) return 0;
-  }
-  return length;
-}
 
 // Graphviz's scanner refuses a single quoted string of more than 16384 bytes; longer text is
 // written as several quoted pieces joined by DOT's "+", split between escapes and between

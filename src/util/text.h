@@ -20,4 +20,29 @@ std::vector<std::string_view> SplitFields(std::string_view line);
 // Shortens a text for a message, marking the cut.
 std::string Abbreviate(std::string_view s, std::size_t maxChars = 80);
 
+// White space: blanks (space, tab, '\r', '\v', '\f') and line breaks ('\n').
+bool IsSpace(char c);
+// Blanks within a line: white space other than '\n'.
+bool IsBlank(char c);
+
+// Strips white space, line breaks included, from both ends.
+std::string_view Trim(std::string_view s);
+// Strips blanks from both ends, keeping line breaks.
+std::string_view TrimBlanks(std::string_view s);
+
+// ASCII case folding; other bytes are left as they are.
+char LowerAscii(char c);
+bool EqualsNoCase(std::string_view a, std::string_view b);
+bool StartsWithNoCase(std::string_view s, std::string_view prefix);
+bool EndsWithNoCase(std::string_view s, std::string_view suffix);
+
+// The length of the well-formed UTF-8 sequence starting at text[pos] (1 for an ASCII byte),
+// or 0 when there is none there: a stray continuation byte, an overlong form, a surrogate, a
+// value above U+10FFFF or a truncated sequence.
+std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos);
+
+// The offset of the first byte that does not belong to a well-formed UTF-8 sequence, or npos
+// when the whole text is valid.
+std::size_t FirstInvalidUtf8(std::string_view text);
+
 }  // namespace tessel
