@@ -328,7 +328,19 @@ TEST(FormatDetection, ExtensionAndContent) {
   EXPECT_EQ(DetectFormat(SigRow("A", "B", "+", "1"), "x.txt"), NetworkFormat::Sig);
   EXPECT_EQ(DetectFormat("<?xml version=\"1.0\"?><entrySet/>", "x.txt"), NetworkFormat::PsiMi);
   EXPECT_EQ(DetectFormat("#ID interactor A\tID interactor B\n", "x.txt"), NetworkFormat::Mitab);
+  // GraphML is markup too, told apart by its root element or its extension.
+  EXPECT_EQ(DetectFormat("<?xml version=\"1.0\"?>\n<graphml xmlns=\"x\">", "x.xml"),
+            NetworkFormat::GraphMl);
+  EXPECT_EQ(DetectFormat("<?xml version=\"1.0\"?>\n<g/>", "x.graphml"), NetworkFormat::GraphMl);
+  // A pair file with a title line is a table; a SIF extension wins over the content.
+  EXPECT_EQ(DetectFormat("source\ttarget\nA\tB\n", "x.txt"), NetworkFormat::Table);
+  EXPECT_EQ(DetectFormat("A B\n", "x.sif"), NetworkFormat::Sif);
+  EXPECT_EQ(DetectFormat("A pp B\nB pd C D\n", "x.txt"), NetworkFormat::Sif);
+  EXPECT_EQ(DetectFormat("A B\n", "x.csv"), NetworkFormat::Table);
   EXPECT_EQ(ParseNetworkFormat("pairs"), NetworkFormat::Pairs);
+  for (const std::string& name : FormatNames()) {
+    EXPECT_EQ(FormatName(ParseNetworkFormat(name)), name);
+  }
   EXPECT_THROW(ParseNetworkFormat("csv"), std::invalid_argument);
 }
 
