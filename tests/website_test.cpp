@@ -183,5 +183,25 @@ TEST(WebsiteNames, HostileNamesNavigationAndThreadCount) {
   EXPECT_NE(files.at("B.svg").find("navbox"), std::string::npos);
 }
 
+TEST(WebsiteNames, UnknownEndFieldsShowTheMoleculesOwn) {
+  // MYC is first named as a target without type or location; the row that names it as a
+  // source gives them, and its page shows them for both interactions.
+  const Network network = ReadSigText(
+      "MAPK1 P28482 NA Kinase Cytosol MYC P01106 NA NA NA + phosphorylation 1\n"
+      "MYC P01106 NA TF Nucleus CDK4 P11802 NA Kinase Nucleus + transcription 2\n",
+      "myc.sig");
+  test::ScratchDir dir;
+  NullProgress quiet;
+  const auto result = RunWebsiteCommand(network, ColorShapeTable::Defaults(),
+                                        Settings(dir / "cache", 1), dir.path(), quiet);
+  const std::string page = Files(result.folder).at("MYC.htm");
+  const std::string myc = "MYC</A>   <B>Type of molecule:</B>TF  <B>Location:</B>Nucleus";
+  const std::size_t first = page.find(myc);
+  ASSERT_NE(first, std::string::npos) << page;
+  EXPECT_NE(page.find("MYC</A>  <B>Type of molecule:</B>TF  <B>Location:</B>Nucleus"),
+            std::string::npos);
+  EXPECT_EQ(page.find("<B>Type of molecule:</B>NA"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tessel

@@ -345,8 +345,13 @@ void AppendAccession(std::string& page, const Site& site, std::string_view label
   page += "</A>";
 }
 
+// One end of an interaction: the type and location its row gave, or the molecule's own
+// where the row left them unknown (a transcription factor first named as a target).
 void AppendEnd(std::string& page, const Site& site, std::string_view role, MoleculeId id,
-               std::string_view blanks, const std::string& type, const std::string& location) {
+               std::string_view blanks, const Molecule& molecule, const std::string& rowType,
+               const std::string& rowLocation) {
+  const std::string& type = IsUnknownField(rowType) ? molecule.moleculeType : rowType;
+  const std::string& location = IsUnknownField(rowLocation) ? molecule.location : rowLocation;
   page += "<B>";
   page += role;
   page += "</B>";
@@ -382,8 +387,10 @@ std::string MoleculePage(const Site& site, MoleculeId id,
 
   for (const std::uint32_t index : interactions) {
     const Interaction& i = network.interactions()[index];
-    AppendEnd(page, site, "Source:", i.source, "  ", i.sourceType, i.sourceLocation);
-    AppendEnd(page, site, "Target:", i.target, "   ", i.targetType, i.targetLocation);
+    AppendEnd(page, site, "Source:", i.source, "  ", network.molecule(i.source), i.sourceType,
+              i.sourceLocation);
+    AppendEnd(page, site, "Target:", i.target, "   ", network.molecule(i.target), i.targetType,
+              i.targetLocation);
     page += "<B>Type of interaction:</B>";
     page += HtmlEscape(i.interactionType);
     page += "  <B>Effect:</B>";
