@@ -151,6 +151,8 @@ TEST(Mitab, ColumnVariantsAndBadLines) {
   EXPECT_EQ(Molecules(net), "cut3/P1 Grb2/P2 ABP140/P3 CHEBI:1/NA SOS1/P4 ");
   ExpectWarnings(warnings,
                  {"1 interactor(s) without", "2 row(s) expanded", "1 interaction(s) without a"});
+  // Each kind names the line of its first case.
+  for (const Warnings::Entry& e : warnings.entries()) EXPECT_GT(e.line, 0u) << e.message;
   EXPECT_EQ(ErrorOf([&] { ReadMitabText(text + "a:1\tb:2\n", "x.txt"); }),
             "9: a:1\tb:2: 2 column(s); PSI-MI TAB lines have at least 15");
 }

@@ -69,16 +69,25 @@ struct Partner {
   std::string accession = "NA";
 };
 
+// How often one kind of thing was left out, and the line of the first.
+struct Drop {
+  std::size_t count = 0;
+  std::size_t line = 0;
+  void add(std::size_t at) {
+    if (count++ == 0) line = at;
+  }
+};
+
 // What the readers left out, reported as warnings at the end of a read.
 struct DropCounts {
-  std::size_t unnamedInteractors = 0;
-  std::size_t unnamedInteractions = 0;
-  std::size_t oneParticipant = 0;
-  std::size_t manyParticipants = 0;
-  std::size_t notMolecule = 0;  // a participant that is itself an interaction
-  std::size_t negative = 0;
-  std::size_t expanded = 0;
-  std::size_t withoutPubmed = 0;
+  Drop unnamedInteractors;
+  Drop unnamedInteractions;
+  Drop oneParticipant;
+  Drop manyParticipants;
+  Drop notMolecule;  // a participant that is itself an interaction
+  Drop negative;
+  Drop expanded;
+  Drop withoutPubmed;
 };
 
 // Turns binary interactions into network rows, one per PubMed id.
@@ -91,7 +100,7 @@ class BinaryCollector {
     const EndPoint source{a.name, a.accession};
     const EndPoint target{b.name, b.accession};
     if (pubmedIds.empty()) {
-      ++counts.withoutPubmed;
+      counts.withoutPubmed.add(line);
       builder_.addMolecule(source);
       builder_.addMolecule(target);
       return;
@@ -106,16 +115,19 @@ class BinaryCollector {
 
   Network finish(const std::string& file, Warnings* warnings) {
     if (warnings) {
-      const auto warn = [&](std::size_t count, const std::string& what) {
-        if (count > 0) {
-          warnings->addCount(what.substr(0, 40), file, 0, std::to_string(count) + " " + what, 1);
+      const auto warn = [&](const Drop& drop, const std::string& what) {
+        if (drop.count > 0) {
+          warnings->addCount(what.substr(0, 40), file, drop.line,
+                             std::to_string(drop.count) + " " + what +
+                                 (drop.count > 1 ? " (the first is shown)" : ""),
+                             1);
         }
       };
       const DropCounts& c = counts;
       warn(c.unnamedInteractors,
            "interactor(s) without a usable name (none, or one holding a blank) were dropped, "
            "and with them " +
-               std::to_string(c.unnamedInteractions) + " interaction(s)");
+               std::to_string(c.unnamedInteractions.count) + " interaction(s)");
       warn(c.oneParticipant, "interaction(s) with a single participant were dropped");
       warn(c.manyParticipants, "interaction(s) with more than two participants were dropped");
       warn(c.expanded,
@@ -274,7 +286,7 @@ class PsiMiXmlReader {
     }
     ForEachChild(interactorList, "interactor", [&](const pugi::xml_node& i) {
       Partner p = ReadInteractor(i);
-      if (p.name.empty()) ++out_.counts.unnamedInteractors;
+      if (p.name.empty()) out_.counts.unnamedInteractors.add(lineOf(i));
       interactors_[std::string(AttributeOf(i, "id"))] = std::move(p);
     });
     ForEachChild(Child(entry, "interactionList"), "interaction",
@@ -300,7 +312,7 @@ class PsiMiXmlReader {
       // An inline interactor may be referred to later by its id, and repeats of it are
       // counted once.
       const auto [it, added] = interactors_.try_emplace(std::string(AttributeOf(inline_, "id")), p);
-      if (added && p.name.empty()) ++out_.counts.unnamedInteractors;
+      if (added && p.name.empty()) out_.counts.unnamedInteractors.add(lineOf(inline_));
       return p;
     }
     if (Child(participant, "interactionRef")) return std::nullopt;
@@ -341,21 +353,22 @@ class PsiMiXmlReader {
     ForEachChild(Child(interaction, "participantList"), "participant",
                  [&](const pugi::xml_node& p) { participants.push_back(participantMolecule(p)); });
     if (EqualsNoCase(Trim(TextOf(Child(interaction, "negative"))), "true")) {
-      ++out_.counts.negative;
+      out_.counts.negative.add(lineOf(interaction));
       return;
     }
     if (participants.size() != 2) {
-      ++(participants.size() < 2 ? out_.counts.oneParticipant : out_.counts.manyParticipants);
+      (participants.size() < 2 ? out_.counts.oneParticipant : out_.counts.manyParticipants)
+          .add(lineOf(interaction));
       return;
     }
     const std::optional<Partner>& a = participants[0];
     const std::optional<Partner>& b = participants[1];
     if (!a || !b) {
-      ++out_.counts.notMolecule;
+      out_.counts.notMolecule.add(lineOf(interaction));
       return;
     }
     if (a->name.empty() || b->name.empty()) {
-      ++out_.counts.unnamedInteractions;
+      out_.counts.unnamedInteractions.add(lineOf(interaction));
       return;
     }
     const pugi::xml_node typeNames = Child(Child(interaction, "interactionType"), "names");
@@ -632,29 +645,29 @@ Network ReadMitabText(std::string_view text, const std::string& file, Warnings* 
     const std::vector<std::string_view>& f = row.fields;
     // Column 36 says "true" for a negative interaction (MITAB 2.7 and later).
     if (f.size() > 35 && EqualsNoCase(Trim(f[35]), "true")) {
-      ++out.counts.negative;
+      out.counts.negative.add(row.line);
       continue;
     }
     if (fromExpansion(row)) {
-      ++out.counts.expanded;
+      out.counts.expanded.add(row.line);
       continue;
     }
     // An interaction of one participant is written with no interactor B, or with
     // interactor A repeated as B.
     if (SplitEntries(f[0]).empty() || SplitEntries(f[1]).empty() || Trim(f[0]) == Trim(f[1])) {
-      ++out.counts.oneParticipant;
+      out.counts.oneParticipant.add(row.line);
       continue;
     }
     const Partner a = MitabPartner(f[0], f[2], f[4]);
     const Partner b = MitabPartner(f[1], f[3], f[5]);
     if (a.name.empty() || b.name.empty()) {
       if (a.name.empty() && unnamed.insert(std::string(Trim(f[0]))).second) {
-        ++out.counts.unnamedInteractors;
+        out.counts.unnamedInteractors.add(row.line);
       }
       if (b.name.empty() && unnamed.insert(std::string(Trim(f[1]))).second) {
-        ++out.counts.unnamedInteractors;
+        out.counts.unnamedInteractors.add(row.line);
       }
-      ++out.counts.unnamedInteractions;
+      out.counts.unnamedInteractions.add(row.line);
       continue;
     }
     std::string type = "NA";
