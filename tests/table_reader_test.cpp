@@ -418,5 +418,40 @@ TEST(TableFileChecks, EmptyAndBinaryFilesAreRefused) {
   EXPECT_THROW(ReadTableText("source,target\n", "f"), InputError);
 }
 
+TEST(TableReader, NotesSayHowTheFileWasRead) {
+  // Which column gave which field, and which were left out: the sign comes from one place
+  // only (consensus flags over plain flags over an effect column found by title).
+  Warnings warnings;
+  ReadNetworkText(Fixture("omnipath_small.tsv"), "o.tsv", {}, &warnings);
+  ASSERT_EQ(warnings.notes().size(), 2u);
+  EXPECT_EQ(warnings.notes()[0],
+            "o.tsv: read as an OmniPath interactions table (--format omnipath)");
+  const std::string& columns = warnings.notes()[1];
+  EXPECT_NE(columns.find("source \"source_genesymbol\", source accession \"source\""),
+            std::string::npos)
+      << columns;
+  EXPECT_NE(columns.find("stimulation flag \"consensus_stimulation\""), std::string::npos);
+  EXPECT_NE(columns.find("not used: \"is_directed\", \"is_stimulation\""), std::string::npos)
+      << columns;
+
+  const std::string text = "from,to,effect,is_stimulation,is_inhibition\nA,B,+,0,1\n";
+  warnings = {};
+  EXPECT_EQ(ReadTableText(text, "t.csv", {}, &warnings).interactions()[0].effect, "_");
+  EXPECT_EQ(warnings.notes().back(),
+            "t.csv: columns used: source \"from\", target \"to\", stimulation flag "
+            "\"is_stimulation\", inhibition flag \"is_inhibition\"; not used: \"effect\"");
+  TableColumns chosen;
+  chosen.effect = "effect";
+  warnings = {};
+  EXPECT_EQ(ReadTableText(text, "t.csv", chosen, &warnings).interactions()[0].effect, "+");
+  EXPECT_EQ(warnings.notes().back(),
+            "t.csv: columns used: source \"from\", target \"to\", effect \"effect\"; not used: "
+            "\"is_stimulation\", \"is_inhibition\"");
+  // A SIG file read by detection needs no note.
+  warnings = {};
+  ReadNetworkText(Fixture("networks/signor_il1r.sig"), "x.sig", {}, &warnings);
+  EXPECT_TRUE(warnings.notes().empty());
+}
+
 }  // namespace
 }  // namespace tessel

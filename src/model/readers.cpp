@@ -135,6 +135,32 @@ std::string_view FormatName(NetworkFormat format) {
   return "auto";
 }
 
+std::string_view FormatDescription(NetworkFormat format) {
+  switch (format) {
+    case NetworkFormat::Auto:
+      break;
+    case NetworkFormat::Sig:
+      return "a SIG file";
+    case NetworkFormat::Pairs:
+      return "a two-column file";
+    case NetworkFormat::PsiMi:
+      return "PSI-MI XML";
+    case NetworkFormat::Mitab:
+      return "PSI-MI TAB";
+    case NetworkFormat::Table:
+      return "a table";
+    case NetworkFormat::Sif:
+      return "SIF";
+    case NetworkFormat::Signor:
+      return "a SIGNOR download";
+    case NetworkFormat::OmniPath:
+      return "an OmniPath interactions table";
+    case NetworkFormat::GraphMl:
+      return "GraphML";
+  }
+  return "an unknown format";
+}
+
 std::vector<std::string> FormatNames() {
   std::vector<std::string> names;
   for (const auto& entry : kFormatNames) names.emplace_back(entry.second);
@@ -278,6 +304,11 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
   if (format == NetworkFormat::Auto) {
     CheckIsText(text, file, EmptyText::kNoBytes);
     format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
+    // SIG is the usual case; any other guess is said, so that a wrong one is noticed.
+    if (warnings != nullptr && format != NetworkFormat::Sig) {
+      warnings->note(file + ": read as " + std::string(FormatDescription(format)) +
+                     " (--format " + std::string(FormatName(format)) + ")");
+    }
   }
   switch (format) {
     case NetworkFormat::Sig:

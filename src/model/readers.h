@@ -26,6 +26,8 @@ enum class NetworkFormat { Auto, Sig, Pairs, PsiMi, Mitab, Table, Sif, Signor, O
 // "auto"; throws std::invalid_argument otherwise.
 NetworkFormat ParseNetworkFormat(std::string_view name);
 std::string_view FormatName(NetworkFormat format);
+// The format in words, for messages: "a table with a title line", "GraphML", ...
+std::string_view FormatDescription(NetworkFormat format);
 // Every name ParseNetworkFormat accepts, "auto" first.
 std::vector<std::string> FormatNames();
 

@@ -309,6 +309,7 @@ struct Layout {
   bool signorLayers = false;  // locations are SIGNOR drawing layers
   std::string sourceTitle;    // to recognise a repeated title line
   std::string targetTitle;
+  std::vector<std::string> titles;  // of every column, when there is a title line
   Layout() { column.fill(kAbsent); }
   bool has(Role r) const { return column[r] != kAbsent; }
 };
@@ -648,6 +649,7 @@ Layout TableLayout(std::string_view text, const std::string& file, const TableCo
   }
   layout.sourceTitle = std::string(titles[layout.column[kSource]]);
   layout.targetTitle = std::string(titles[layout.column[kTarget]]);
+  layout.titles.assign(titles.begin(), titles.end());
   return layout;
 }
 
@@ -708,10 +710,78 @@ bool HasKey(const std::vector<std::string>& keys, std::string_view key) {
 
 }  // namespace
 
+// Says which column gave which field and which columns were not used, so that a column
+// taken for the wrong field is seen at once.
+void NoteColumnsUsed(const Layout& layout, const std::string& file, bool effectChosen,
+                     Warnings* warnings) {
+  if (warnings == nullptr) return;
+  if (!layout.header) {
+    warnings->note(file + ": no title line; columns read as source, target, effect and PubMed ids");
+    return;
+  }
+  if (layout.titles.empty()) return;
+  std::vector<std::pair<std::size_t, const char*>> shown;
+  const auto add = [&](Role role, const char* what) {
+    if (layout.has(role)) shown.emplace_back(layout.column[role], what);
+  };
+  // Gene symbols name the molecules when present; the plain column then gives accessions.
+  for (const bool source : {true, false}) {
+    const Role id = source ? kSource : kTarget;
+    const Role symbol = source ? kSourceSymbol : kTargetSymbol;
+    const Role accession = source ? kSourceAccession : kTargetAccession;
+    add(layout.has(symbol) ? symbol : id, source ? "source" : "target");
+    if (layout.has(accession)) {
+      add(accession, source ? "source accession" : "target accession");
+    } else if (layout.has(symbol)) {
+      add(id, source ? "source accession" : "target accession");
+    }
+  }
+  // The sign comes from one place, as RowReader chooses it: a chosen effect column, else the
+  // consensus flags, else the plain flags, else an effect column found by title.
+  const bool consensus =
+      layout.has(kConsensusStimulationFlag) && layout.has(kConsensusInhibitionFlag);
+  const bool plain = layout.has(kStimulationFlag) && layout.has(kInhibitionFlag);
+  if (effectChosen || (!consensus && !plain)) {
+    add(kEffect, "effect");
+  } else if (consensus) {
+    add(kConsensusStimulationFlag, "stimulation flag");
+    add(kConsensusInhibitionFlag, "inhibition flag");
+  } else {
+    add(kStimulationFlag, "stimulation flag");
+    add(kInhibitionFlag, "inhibition flag");
+  }
+  add(kType, "interaction type");
+  add(kPubmed, "PubMed ids");
+  add(kSourceType, "source type");
+  add(kTargetType, "target type");
+  add(kSourceLocation, "source location");
+  add(kTargetLocation, "target location");
+
+  std::vector<bool> used(layout.titles.size(), false);
+  std::string text = file + ": columns used:";
+  bool first = true;
+  for (const auto& [column, what] : shown) {
+    if (column >= used.size() || used[column]) continue;
+    used[column] = true;
+    text += first ? " " : ", ";
+    first = false;
+    text += std::string(what) + " \"" + Abbreviate(layout.titles[column], 40) + "\"";
+  }
+  std::string unused;
+  for (std::size_t k = 0; k < used.size(); ++k) {
+    if (used[k]) continue;
+    unused += unused.empty() ? "" : ", ";
+    unused += "\"" + Abbreviate(layout.titles[k], 40) + "\"";
+  }
+  if (!unused.empty()) text += "; not used: " + unused;
+  warnings->note(text);
+}
+
 Network ReadTableText(std::string_view text, const std::string& file, const TableColumns& columns,
                       Warnings* warnings) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, columns, true);
+  NoteColumnsUsed(layout, file, !columns.effect.empty(), warnings);
   return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings);
 }
 
@@ -721,6 +791,7 @@ Network ReadOmniPathText(std::string_view text, const std::string& file, Warning
   if (!layout.header) {
     throw InputError(file, 1, "no OmniPath title line (source, target, ...)");
   }
+  NoteColumnsUsed(layout, file, false, warnings);
   return ReadWithLayout(text, file, layout, false, warnings);
 }
 

@@ -35,12 +35,18 @@ class Warnings {
   // Occurrences of every kind added up.
   std::size_t total() const;
 
+  // How a file was read, for the person to check (the format recognised, the table columns
+  // used). Not a warning: shown apart and not counted.
+  void note(std::string text) { notes_.push_back(std::move(text)); }
+  const std::vector<std::string>& notes() const { return notes_; }
+
   // One line per kind: "file:line: message", and for repeated remarks
   // " (N rows like this; the first is shown)".
   std::vector<std::string> lines() const;
 
  private:
   std::vector<Entry> entries_;
+  std::vector<std::string> notes_;
   std::unordered_map<std::string, std::size_t> index_;  // file + '\0' + key -> entry
 };
 

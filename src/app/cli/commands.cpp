@@ -52,6 +52,7 @@ Loaded Load(const CommonOptions& options) {
   }
   Network network = LoadNetwork(path, read, &warnings);
   if (!options.quiet) {
+    for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
     const std::vector<std::string> lines = warnings.lines();
     const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
     for (std::size_t k = 0; k < shown; ++k) std::cerr << "tessel: warning: " << lines[k] << "\n";

@@ -60,9 +60,10 @@ QString Q(const std::string& s) {
   return QString::fromStdString(s);
 }
 
-// The first few warnings of a load, and how many more there were.
+// How the file was read, the first few warnings of the load, and how many more there were.
 QStringList WarningNotes(const Warnings& warnings) {
   QStringList notes;
+  for (const std::string& note : warnings.notes()) notes << Q(note);
   const std::vector<std::string> lines = warnings.lines();
   const std::size_t shown = std::min<std::size_t>(lines.size(), 8);
   for (std::size_t k = 0; k < shown; ++k) notes << Q(lines[k]);
