@@ -306,8 +306,8 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
     format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
     // SIG is the usual case; any other guess is said, so that a wrong one is noticed.
     if (warnings != nullptr && format != NetworkFormat::Sig) {
-      warnings->note(file + ": read as " + std::string(FormatDescription(format)) +
-                     " (--format " + std::string(FormatName(format)) + ")");
+      warnings->note(file + ": read as " + std::string(FormatDescription(format)) + " (--format " +
+                     std::string(FormatName(format)) + ")");
     }
   }
   switch (format) {
