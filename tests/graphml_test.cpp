@@ -29,16 +29,6 @@ std::string ErrorOf(std::string_view text) {
   return "no error";
 }
 
-// "name/accession/extra id/type/location" of every molecule, in id order.
-std::string Molecules(const Network& net) {
-  std::string out;
-  for (const Molecule& m : net.molecules()) {
-    out += m.name + "/" + m.accession + "/" + m.extraId + "/" + m.moleculeType + "/" + m.location +
-           "\n";
-  }
-  return out;
-}
-
 // A minimal GraphML document around node and edge elements.
 std::string Graph(std::string_view keys, std::string_view body) {
   return std::string(
@@ -67,7 +57,7 @@ TEST(GraphMlRoundTrip, SigThroughGraphMlGivesTheSameRowsAndMolecules) {
     EXPECT_EQ(SigText(back), expected);
     // Molecules keep their ids and their own fields, which differ from the end-point fields
     // of some interactions and were completed by later rows.
-    EXPECT_EQ(Molecules(back), Molecules(net));
+    EXPECT_EQ(test::MoleculeFields(back), test::MoleculeFields(net));
     // Writing what was read gives the same file again (up to that one effect).
     if (name == "networks/signor_lbc.sig") {
       EXPECT_EQ(GraphMlText(back, table), graphml);
@@ -87,7 +77,7 @@ TEST(GraphMlRoundTrip, NamesOnlyAProgramWritesAndLoneMoleculesSurvive) {
                                        "back.graphml", &warnings);
   // Blanks inside a field become "_" on the way back, as in SIG files; the stray byte is
   // taken as Latin-1.
-  EXPECT_EQ(Molecules(back),
+  EXPECT_EQ(test::MoleculeFields(back),
             "A&B<1>/P1/NA/NA/NA\nsay_\"hi\"/P2/NA/NA/NA\nlone]]>/NA/NA/Protein/Cytosol\n"
             "tab_here_and/NA/NA/NA/NA\ncaf\xC3\xA9/NA/NA/NA/NA\n");
   EXPECT_EQ(SigText(back),
@@ -128,7 +118,8 @@ TEST(GraphMlReader, FilesAsNetworkxIgraphAndCytoscapeWriteThem) {
     EXPECT_LE(warnings.size(), 1u) << file;
   }
   const Network nx = ReadGraphMlText(DataFile("graphml_networkx.graphml"), "nx");
-  EXPECT_EQ(Molecules(nx).substr(Molecules(nx).rfind("ORPHAN")), "ORPHAN/NA/NA/Protein/Cytosol\n");
+  EXPECT_EQ(test::MoleculeFields(nx).substr(test::MoleculeFields(nx).rfind("ORPHAN")),
+            "ORPHAN/NA/NA/Protein/Cytosol\n");
 }
 
 TEST(GraphMlReader, KeyChoiceDefaultsYedLabelsAndNestedGraphs) {
@@ -169,7 +160,7 @@ TEST(GraphMlReader, KeyChoiceDefaultsYedLabelsAndNestedGraphs) {
   // The drawn label names a node only when no name key does; "effect" outranks
   // "interaction"; a key default fills nodes without their own data; undirected edges are
   // read source to target; nested graphs are read in document order.
-  EXPECT_EQ(Molecules(net),
+  EXPECT_EQ(test::MoleculeFields(net),
             "RAF1/NA/NA/Protein/NA\nMAP2K1/NA/NA/Kinase/NA\nn1::n0/NA/NA/Protein/NA\n");
   EXPECT_EQ(SigText(net),
             "n1::n0 NA NA Protein NA RAF1 NA NA Protein NA _ NA 0\n"

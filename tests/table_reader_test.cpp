@@ -28,16 +28,6 @@ std::string Edges(const Network& net) {
   return out;
 }
 
-// "name/accession/extra id/type/location" of every molecule, in id order.
-std::string Molecules(const Network& net) {
-  std::string out;
-  for (const Molecule& m : net.molecules()) {
-    out += m.name + "/" + m.accession + "/" + m.extraId + "/" + m.moleculeType + "/" + m.location +
-           "\n";
-  }
-  return out;
-}
-
 TableColumns Columns(std::string source, std::string target = "", std::string effect = "",
                      std::string pubmed = "", std::string sourceType = "") {
   TableColumns c;
@@ -76,7 +66,7 @@ TEST(SignorReader, PathwayFileGivesTheNetworkOfItsSigConversion) {
   const Network fromTsv = ReadSignorText(Fixture("signor_lbc.tsv"), "lbc.tsv", &warnings);
   const Network fromSig = ReadSigText(Fixture("networks/signor_lbc.sig"), "lbc.sig");
   EXPECT_TRUE(warnings.empty()) << warnings.lines().front();
-  EXPECT_EQ(Molecules(fromTsv), Molecules(fromSig));
+  EXPECT_EQ(test::MoleculeFields(fromTsv), test::MoleculeFields(fromSig));
   EXPECT_EQ(SigText(fromTsv), SigText(fromSig));
 }
 
@@ -91,7 +81,7 @@ TEST(SignorReader, AllDataRowsWithAndWithoutTitleLine) {
   EXPECT_EQ(SigText(ReadSignorText(title + rows, "titled.tsv")), SigText(net));
   // Entity types as words; "down-regulates activity" and "down-regulates" are one sign and
   // both papers are kept.
-  const std::string molecules = Molecules(net);
+  const std::string molecules = test::MoleculeFields(net);
   for (const char* m :
        {"\nERK1/2/SIGNOR-PF1/NA/ProteinFamily/NA\n", "\nTSC1/TSC2/SIGNOR-C101/NA/Complex/NA\n",
         "\nProliferation/SIGNOR-PH4/NA/Phenotype/NA\n"}) {
@@ -192,7 +182,7 @@ TEST(TableReader, ColumnsChosenByTitleOrNumberAndMissingOnesNamed) {
        {Columns("GENE_A", "gene_b", "what", "paper", "Kind_A"), Columns("2", "3", "4", "5", "6")}) {
     const Network net = ReadTableText(text, "c.tsv", columns);
     EXPECT_EQ(Edges(net), "EGF EGFR + NA 99\n");
-    EXPECT_EQ(Molecules(net), "EGF/NA/NA/Ligand/NA\nEGFR/NA/NA/NA/NA\n");
+    EXPECT_EQ(test::MoleculeFields(net), "EGF/NA/NA/Ligand/NA\nEGFR/NA/NA/NA/NA\n");
   }
   const InputError wrong = ErrorOf([&] { ReadTableText(text, "c.tsv", Columns("gene_c")); });
   EXPECT_NE(wrong.message().find("\"gene_c\""), std::string::npos);
@@ -241,7 +231,7 @@ TEST(TableReader, SkippedRowsRepeatedTitlesAndBlanksInWords) {
       "C\tNA\n"
       "Protein kinase C\tB\tsmall molecule\tplasma membrane\tguanine nucleotide exchange\n",
       "rows.tsv", {}, &warnings);
-  EXPECT_EQ(Molecules(net),
+  EXPECT_EQ(test::MoleculeFields(net),
             "A/NA/NA/Kinase/Cytosol\nB/NA/NA/NA/NA\n"
             "Protein_kinase_C/NA/NA/small_molecule/plasma_membrane\n");
   EXPECT_EQ(Edges(net),
@@ -266,7 +256,7 @@ TEST(OmniPathReader, SymbolsNameMoleculesAndConsensusFlagsGiveSigns) {
   EXPECT_EQ(DetectTabularFormat(text), NetworkFormat::OmniPath);
   const Network net = ReadOmniPathText(text, "omnipath.tsv", &warnings);
   EXPECT_EQ(net.interactionCount(), 19u);
-  EXPECT_NE(Molecules(net).find("\nEGFR/P00533/NA/NA/NA\n"), std::string::npos);
+  EXPECT_NE(test::MoleculeFields(net).find("\nEGFR/P00533/NA/NA/NA\n"), std::string::npos);
   const std::string edges = Edges(net);
   for (const char* row :
        {"EGF EGFR + post_translational 2817121;10572067\n",

@@ -38,6 +38,15 @@ Network NetworkFromEdges(std::string_view edges) {
   return ReadSigText(sig, "edges");
 }
 
+std::string MoleculeFields(const Network& net) {
+  std::string out;
+  for (const Molecule& m : net.molecules()) {
+    out += m.name + "/" + m.accession + "/" + m.extraId + "/" + m.moleculeType + "/" + m.location +
+           "\n";
+  }
+  return out;
+}
+
 std::string ReadFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path.string());

@@ -28,6 +28,9 @@ class ScratchDir {
 // every molecule is a "Protein" in the "Cytosol" with accession and extra id "NA".
 Network NetworkFromEdges(std::string_view edges);
 
+// "name/accession/extra id/type/location" of every molecule, one a line, in id order.
+std::string MoleculeFields(const Network& net);
+
 std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view content);
 

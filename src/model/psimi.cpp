@@ -35,19 +35,7 @@ std::optional<std::string> UsableName(std::string_view raw) {
 // An interaction type as one word: runs of blanks become "_"; "NA" when empty.
 std::string TypeWord(std::string_view raw) {
   raw = Trim(raw);
-  if (raw.empty()) return "NA";
-  std::string word;
-  bool gap = false;
-  for (const char c : raw) {
-    if (IsSpace(c)) {
-      gap = true;
-      continue;
-    }
-    if (gap) word.push_back('_');
-    gap = false;
-    word.push_back(c);
-  }
-  return word;
+  return raw.empty() ? std::string("NA") : BlanksToUnderscores(raw);
 }
 
 // A PubMed id written as a decimal number above 0; 0 for anything else.

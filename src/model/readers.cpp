@@ -112,58 +112,51 @@ std::string UnknownEffectMessage(std::string_view effect) {
 
 namespace {
 
-constexpr std::pair<NetworkFormat, std::string_view> kFormatNames[] = {
-    {NetworkFormat::Auto, "auto"},         {NetworkFormat::Sig, "sig"},
-    {NetworkFormat::Pairs, "pairs"},       {NetworkFormat::PsiMi, "psimi"},
-    {NetworkFormat::Mitab, "mitab"},       {NetworkFormat::Table, "table"},
-    {NetworkFormat::Sif, "sif"},           {NetworkFormat::Signor, "signor"},
-    {NetworkFormat::OmniPath, "omnipath"}, {NetworkFormat::GraphMl, "graphml"}};
+struct FormatEntry {
+  NetworkFormat format;
+  std::string_view name;         // as --format takes it
+  std::string_view description;  // for messages
+};
+
+constexpr FormatEntry kFormats[] = {
+    {NetworkFormat::Auto, "auto", "an unknown format"},
+    {NetworkFormat::Sig, "sig", "a SIG file"},
+    {NetworkFormat::Pairs, "pairs", "a two-column file"},
+    {NetworkFormat::PsiMi, "psimi", "PSI-MI XML"},
+    {NetworkFormat::Mitab, "mitab", "PSI-MI TAB"},
+    {NetworkFormat::Table, "table", "a table"},
+    {NetworkFormat::Sif, "sif", "SIF"},
+    {NetworkFormat::Signor, "signor", "a SIGNOR download"},
+    {NetworkFormat::OmniPath, "omnipath", "an OmniPath interactions table"},
+    {NetworkFormat::GraphMl, "graphml", "GraphML"}};
+
+const FormatEntry& EntryOf(NetworkFormat format) {
+  for (const FormatEntry& entry : kFormats) {
+    if (entry.format == format) return entry;
+  }
+  return kFormats[0];
+}
 
 }  // namespace
 
 NetworkFormat ParseNetworkFormat(std::string_view name) {
-  for (const auto& [format, text] : kFormatNames) {
-    if (name == text) return format;
+  for (const FormatEntry& entry : kFormats) {
+    if (name == entry.name) return entry.format;
   }
   throw std::invalid_argument("unknown network format: " + std::string(name));
 }
 
 std::string_view FormatName(NetworkFormat format) {
-  for (const auto& [f, text] : kFormatNames) {
-    if (f == format) return text;
-  }
-  return "auto";
+  return EntryOf(format).name;
 }
 
 std::string_view FormatDescription(NetworkFormat format) {
-  switch (format) {
-    case NetworkFormat::Auto:
-      break;
-    case NetworkFormat::Sig:
-      return "a SIG file";
-    case NetworkFormat::Pairs:
-      return "a two-column file";
-    case NetworkFormat::PsiMi:
-      return "PSI-MI XML";
-    case NetworkFormat::Mitab:
-      return "PSI-MI TAB";
-    case NetworkFormat::Table:
-      return "a table";
-    case NetworkFormat::Sif:
-      return "SIF";
-    case NetworkFormat::Signor:
-      return "a SIGNOR download";
-    case NetworkFormat::OmniPath:
-      return "an OmniPath interactions table";
-    case NetworkFormat::GraphMl:
-      return "GraphML";
-  }
-  return "an unknown format";
+  return EntryOf(format).description;
 }
 
 std::vector<std::string> FormatNames() {
   std::vector<std::string> names;
-  for (const auto& entry : kFormatNames) names.emplace_back(entry.second);
+  for (const FormatEntry& entry : kFormats) names.emplace_back(entry.name);
   return names;
 }
 

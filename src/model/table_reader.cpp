@@ -39,17 +39,7 @@ std::string TitleKey(std::string_view title) {
 std::string_view OneWord(std::string_view field, std::string& buffer) {
   const bool blank = std::any_of(field.begin(), field.end(), IsSpace);
   if (!blank) return field;
-  buffer.clear();
-  bool gap = false;
-  for (const char c : field) {
-    if (IsSpace(c)) {
-      gap = true;
-      continue;
-    }
-    if (gap) buffer.push_back('_');
-    gap = false;
-    buffer.push_back(c);
-  }
+  buffer = BlanksToUnderscores(field);
   return buffer;
 }
 

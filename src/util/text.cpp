@@ -82,6 +82,22 @@ char LowerAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+std::string BlanksToUnderscores(std::string_view s) {
+  std::string word;
+  word.reserve(s.size());
+  bool gap = false;
+  for (const char c : s) {
+    if (IsSpace(c)) {
+      gap = true;
+      continue;
+    }
+    if (gap) word.push_back('_');
+    gap = false;
+    word.push_back(c);
+  }
+  return word;
+}
+
 bool EqualsNoCase(std::string_view a, std::string_view b) {
   return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
            return LowerAscii(x) == LowerAscii(y);

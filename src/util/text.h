@@ -30,6 +30,10 @@ std::string_view Trim(std::string_view s);
 // Strips blanks from both ends, keeping line breaks.
 std::string_view TrimBlanks(std::string_view s);
 
+// The text with each run of white space replaced by one "_", so that it reads as one field
+// of a blank-separated file ("MAPK signalling" -> "MAPK_signalling").
+std::string BlanksToUnderscores(std::string_view s);
+
 // ASCII case folding; other bytes are left as they are.
 char LowerAscii(char c);
 bool EqualsNoCase(std::string_view a, std::string_view b);
