@@ -57,39 +57,6 @@ std::string_view WithLetterPrefix(std::string_view name, std::string& buffer) {
   return buffer;
 }
 
-// Words that title a source or a target column. A two-column file whose first line holds
-// two of them has a header, which would otherwise load as an interaction.
-bool IsEndPointTitle(std::string_view word) {
-  static constexpr std::string_view kTitles[] = {"source",
-                                                 "target",
-                                                 "from",
-                                                 "to",
-                                                 "node1",
-                                                 "node2",
-                                                 "regulator",
-                                                 "regulated",
-                                                 "tf",
-                                                 "gene",
-                                                 "gene1",
-                                                 "gene2",
-                                                 "interactor_a",
-                                                 "interactor_b",
-                                                 "source_genesymbol",
-                                                 "target_genesymbol",
-                                                 "protein1",
-                                                 "protein2",
-                                                 "entitya",
-                                                 "entityb",
-                                                 "target_gene",
-                                                 "source_name",
-                                                 "target_name"};
-  const std::string key = UpperCaseKey(word);
-  for (const std::string_view title : kTitles) {
-    if (key == UpperCaseKey(title)) return true;
-  }
-  return false;
-}
-
 // Says what a known effect word means, for the warning about an effect SIG does not know.
 std::string UnknownEffectMessage(std::string_view effect) {
   std::string message = "effect \"" + Abbreviate(effect, 40) +

@@ -876,6 +876,15 @@ Network ReadSifText(std::string_view text, const std::string& file, Warnings* wa
   return builder.build();
 }
 
+bool IsEndPointTitle(std::string_view title) {
+  const std::string key = TitleKey(title);
+  for (const Role role : {kSource, kTarget, kSourceSymbol, kTargetSymbol}) {
+    const auto& synonyms = Synonyms(role);
+    if (std::find(synonyms.begin(), synonyms.end(), key) != synonyms.end()) return true;
+  }
+  return false;
+}
+
 std::optional<NetworkFormat> DetectTabularFormat(std::string_view text) {
   LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;

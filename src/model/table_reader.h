@@ -76,6 +76,11 @@ Network ReadSignorText(std::string_view text, const std::string& file,
 Network ReadOmniPathText(std::string_view text, const std::string& file,
                          Warnings* warnings = nullptr);
 
+// True for a column title that names source or target molecules in any spelling the table
+// reader knows ("source", "Target", "regulator", "node1", "source_genesymbol", ...). The
+// two-column reader uses it to refuse a title line that would load as an interaction.
+bool IsEndPointTitle(std::string_view title);
+
 // Recognises these formats from the first lines of a text: OmniPath and SIGNOR files by
 // their column titles (or SIGNOR's 28-column rows), other tables by a header row naming a
 // source and a target column, TRRUST-like four-column files (TF, target, Activation/
