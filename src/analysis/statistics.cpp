@@ -1,6 +1,7 @@
 #include "analysis/statistics.h"
 
 #include <string_view>
+#include <utility>
 
 #include "util/files.h"
 #include "util/text.h"
@@ -64,7 +65,7 @@ Statistics ComputeStatistics(const Network& network, Progress& progress) {
   return s;
 }
 
-std::string StatisticsPage(const Statistics& stats) {
+std::string StatisticsPage(const Statistics& stats, const PageContext& context) {
   std::string page;
   page.reserve(4096);
   page += "<HTML><BODY>";
@@ -106,15 +107,15 @@ std::string StatisticsPage(const Statistics& stats) {
   page += "<B>Grid Coefficient: </B>" + FormatNumber(stats.grid) + "<BR>";
   page += "<BR>";
   page += "</BODY></HTML>";
-  return page;
+  return WithPageContext(std::move(page), context, "Network statistics");
 }
 
 std::filesystem::path WriteStatisticsPage(const Network& network,
                                           const std::filesystem::path& folder, Progress& progress,
-                                          Statistics* computed) {
+                                          Statistics* computed, const PageContext& context) {
   Statistics stats = ComputeStatistics(network, progress);
   const std::filesystem::path path = folder / kStatisticsPageName;
-  WriteFileAtomically(path, StatisticsPage(stats));
+  WriteFileAtomically(path, StatisticsPage(stats, context));
   if (computed) *computed = std::move(stats);
   return path;
 }

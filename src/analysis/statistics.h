@@ -6,6 +6,7 @@
 #include <string>
 
 #include "analysis/metrics.h"
+#include "output/page_context.h"
 
 namespace tessel {
 
@@ -30,13 +31,14 @@ struct Statistics {
 Statistics ComputeStatistics(const Network& network, Progress& progress);
 
 // The HTML text of "stats.htm".
-std::string StatisticsPage(const Statistics& stats);
+std::string StatisticsPage(const Statistics& stats, const PageContext& context = {});
 
 inline constexpr const char* kStatisticsPageName = "stats.htm";
 
 // Computes the statistics and writes "stats.htm" into `folder`; returns the page's path.
 std::filesystem::path WriteStatisticsPage(const Network& network,
                                           const std::filesystem::path& folder, Progress& progress,
-                                          Statistics* computed = nullptr);
+                                          Statistics* computed = nullptr,
+                                          const PageContext& context = {});
 
 }  // namespace tessel

@@ -77,6 +77,11 @@ Json TallyJson(const ValueTally& tally) {
   return object;
 }
 
+// What the pages of this run say about where they come from.
+PageContext ContextOf(const CommonOptions& options) {
+  return MakePageContext(options.network, options.commandLine);
+}
+
 void Print(const Json& j) {
   std::cout << j.dump(2) << "\n";
 }
@@ -87,7 +92,8 @@ int RunStats(const CommonOptions& options) {
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
   Statistics stats;
-  const fs::path page = WriteStatisticsPage(network, options.output, progress, &stats);
+  const fs::path page =
+      WriteStatisticsPage(network, options.output, progress, &stats, ContextOf(options));
   progress.finish();
   if (options.json) {
     Json j;

@@ -20,6 +20,7 @@ struct CommonOptions {
   TableColumns columns;  // --source-col and the like, for table files
   bool json = false;
   bool quiet = false;
+  std::string commandLine;  // as typed, shown on the pages the command writes
 };
 
 int RunStats(const CommonOptions& options);

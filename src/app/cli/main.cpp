@@ -53,6 +53,26 @@ const CLI::Validator kConditionCheck(
     },
     "KIND=VALUE", "condition");
 
+// The command line as typed, each argument quoted when it holds a blank or a quote.
+std::string CommandLineText(int argc, char** argv) {
+  std::string text = "tessel";
+  for (int k = 1; k < argc; ++k) {
+    const std::string arg = argv[k];
+    text += ' ';
+    if (arg.empty() || arg.find_first_of(" \t\"'") != std::string::npos) {
+      text += '"';
+      for (char c : arg) {
+        if (c == '"' || c == '\\') text += '\\';
+        text += c;
+      }
+      text += '"';
+    } else {
+      text += arg;
+    }
+  }
+  return text;
+}
+
 std::string OneLine(std::string text) {
   for (char& c : text) {
     if (c == '\n' || c == '\r') c = ' ';
@@ -267,6 +287,11 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& e) {
     const int code = app.exit(e);
     return code == 0 ? 0 : 2;
+  }
+  const std::string commandLine = CommandLineText(argc, argv);
+  for (CommonOptions* options : {&stats, &validate, &save, &motifs, &draw, &exportOptions, &matrix,
+                                 &pathways, &shuffle, &reduce, &propagate, &website, &genelist}) {
+    options->commandLine = commandLine;
   }
 
   try {
