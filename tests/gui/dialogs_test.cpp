@@ -2,6 +2,7 @@
 // and the settings or query it produces once the person changed something.
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -120,6 +121,12 @@ class DialogsTest : public QObject {
     QCOMPARE(Text(d.settings()), QString("erdos-renyi 7 one-island motifs5 analyze"));
     d.motifs5()->setChecked(false);  // nothing to analyse: the networks are only written
     QCOMPARE(Text(d.settings()), QString("erdos-renyi 7 one-island"));
+    // A typed seed repeats a run; a blank field or one beyond 64 bits asks for a new one.
+    QVERIFY(!d.seed());
+    d.seedField()->setText("18446744073709551615");
+    QCOMPARE(d.settings().seed, 18446744073709551615ull);
+    d.seedField()->setText("18446744073709551616");
+    QVERIFY(!d.seed());
   }
 
   void sourceNodes() {

@@ -19,7 +19,7 @@ using namespace tessel::gui;
 
 namespace {
 
-const QStringList kAlways = {"Help?", "E&xit"};
+const QStringList kAlways = {"Help?", "About TESSEL", "E&xit"};
 const QStringList kIdle = QStringList{"Load SIG file network...", "Load Two Column Net...",
                                       "Load a list of gene/protein names..."} +
                           kAlways;

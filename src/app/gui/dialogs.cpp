@@ -7,8 +7,10 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QRegularExpressionValidator>
 #include <QSet>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -137,7 +139,8 @@ ShuffledNetworksDialog::ShuffledNetworksDialog(QWidget* parent)
       oneIsland_(new QCheckBox(tr("Maintain one island"))),
       motifs34_(new QCheckBox(tr("Motifs of size 3 and 4"))),
       motifs5_(new QCheckBox(tr("Motifs of size 5"))),
-      clustering_(new QCheckBox(tr("Clustering, connectivity distribution, average path length"))) {
+      clustering_(new QCheckBox(tr("Clustering, connectivity distribution, average path length"))),
+      seed_(new QLineEdit) {
   setWindowTitle(tr("Generate and analyze shuffled networks"));
   swap_->setChecked(true);
   count_->setRange(1, 1000000);
@@ -156,6 +159,15 @@ ShuffledNetworksDialog::ShuffledNetworksDialog(QWidget* parent)
   countRow->addWidget(oneIsland_);
   countRow->addStretch();
   kindLayout->addLayout(countRow);
+
+  seed_->setObjectName("seed");
+  seed_->setPlaceholderText(tr("new random seed"));
+  seed_->setToolTip(tr("The same seed, kind and count give the same networks again"));
+  seed_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,20}"), seed_));
+  auto* seedRow = new QHBoxLayout;
+  seedRow->addWidget(new QLabel(tr("Seed:")));
+  seedRow->addWidget(seed_, 1);
+  kindLayout->addLayout(seedRow);
 
   auto* analyzeGroup = new QGroupBox(tr("What to analyze?"), this);
   auto* analyzeLayout = new QVBoxLayout(analyzeGroup);
@@ -187,7 +199,37 @@ ShuffleSettings ShuffledNetworksDialog::settings() const {
   s.columns.motifs34 = motifs34_->isChecked();
   s.columns.motifs5 = motifs5_->isChecked();
   s.analyze = s.columns.any();
+  if (const auto typed = seed()) s.seed = *typed;
   return s;
+}
+
+std::optional<std::uint64_t> ShuffledNetworksDialog::seed() const {
+  bool ok = false;
+  const qulonglong value = seed_->text().toULongLong(&ok);
+  if (!ok) return std::nullopt;  // blank, or more than 64 bits
+  return static_cast<std::uint64_t>(value);
+}
+
+WebsiteDialog::WebsiteDialog(bool offline, QWidget* parent)
+    : QDialog(parent),
+      offline_(new QCheckBox(tr("Work offline: use only the PubMed records downloaded before"))) {
+  setWindowTitle(tr("Create web site"));
+  offline_->setObjectName("offline");
+  offline_->setChecked(offline);
+  auto* text = new QLabel(
+      tr("The site has a page per molecule with the papers behind its interactions. Online, "
+         "the PubMed records not yet in the cache are downloaded (a few seconds per hundred "
+         "papers). Offline, papers without a record are listed by their PubMed link."));
+  text->setWordWrap(true);
+  QPushButton* ok = nullptr;
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(text);
+  layout->addWidget(offline_);
+  layout->addWidget(Buttons(this, tr("Create web site"), tr("Cancel"), &ok));
+}
+
+bool WebsiteDialog::offline() const {
+  return offline_->isChecked();
 }
 
 // ----- condition lists -----

@@ -5,6 +5,8 @@
 #include <QDialog>
 #include <QStringList>
 #include <array>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "derived/shuffle.h"
@@ -16,6 +18,7 @@
 #include "pathways/path_search.h"
 
 class QCheckBox;
+class QLineEdit;
 class QComboBox;
 class QPushButton;
 class QRadioButton;
@@ -48,7 +51,7 @@ class MotifChoicesDialog : public QDialog {
 };
 
 // "Generate and analyze shuffled networks": the kind of randomisation, how many networks,
-// the island option and what to analyse. The seed is left to the caller.
+// the island option, what to analyse and, optionally, the seed (to repeat an earlier run).
 class ShuffledNetworksDialog : public QDialog {
   Q_OBJECT
 
@@ -56,6 +59,8 @@ class ShuffledNetworksDialog : public QDialog {
   explicit ShuffledNetworksDialog(QWidget* parent = nullptr);
 
   ShuffleSettings settings() const;
+  // The seed typed in the dialog; empty when the field is left blank (a new random seed).
+  std::optional<std::uint64_t> seed() const;
 
   QRadioButton* swapTargets() const { return swap_; }
   QRadioButton* shuffleEffects() const { return effects_; }
@@ -65,6 +70,7 @@ class ShuffledNetworksDialog : public QDialog {
   QCheckBox* motifs34() const { return motifs34_; }
   QCheckBox* motifs5() const { return motifs5_; }
   QCheckBox* clustering() const { return clustering_; }
+  QLineEdit* seedField() const { return seed_; }
 
  private:
   QRadioButton* swap_;
@@ -75,6 +81,20 @@ class ShuffledNetworksDialog : public QDialog {
   QCheckBox* motifs34_;
   QCheckBox* motifs5_;
   QCheckBox* clustering_;
+  QLineEdit* seed_;
+};
+
+// "Create web site...": whether PubMed records are downloaded or taken from the cache only.
+class WebsiteDialog : public QDialog {
+  Q_OBJECT
+
+ public:
+  explicit WebsiteDialog(bool offline, QWidget* parent = nullptr);
+  bool offline() const;
+  QCheckBox* offlineBox() const { return offline_; }
+
+ private:
+  QCheckBox* offline_;
 };
 
 // A condition kind list ("Location", "Name", "Type") whose choice refills a value list with

@@ -32,6 +32,7 @@
 #include "output/exchange.h"
 #include "output/exports.h"
 #include "output/matrix.h"
+#include "output/page_context.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
 #include "util/files.h"
@@ -242,13 +243,18 @@ void MainWindow::buildUi() {
   auto* help = new QPushButton(tr("Help?"));
   help->setAutoDefault(false);
   connect(help, &QPushButton::clicked, this, [this] { openHelp("getting_started.htm"); });
+  auto* about = new QPushButton(tr("About TESSEL"));
+  about->setAutoDefault(false);
+  connect(about, &QPushButton::clicked, this, &MainWindow::showAbout);
   auto* exit = new QPushButton(tr("E&xit"));
   exit->setAutoDefault(false);
   connect(exit, &QPushButton::clicked, this, &QWidget::close);
   commands_.push_back({help, Needs::Always});
+  commands_.push_back({about, Needs::Always});
   commands_.push_back({exit, Needs::Always});
   auto* bottomRow = new QHBoxLayout;
   bottomRow->addWidget(help);
+  bottomRow->addWidget(about);
   bottomRow->addStretch();
   bottomRow->addWidget(exit);
 
@@ -439,6 +445,20 @@ void MainWindow::openHelp(const QString& page) {
     return;
   }
   prompts_.showPage(this, QUrl("qrc:/help/" + page));
+}
+
+void MainWindow::showAbout() {
+  prompts_.message(
+      this, UserPrompts::Icon::Information, tr("About TESSEL"),
+      tr("TESSEL %1: analysis of cell-signalling networks.").arg(TESSEL_VERSION),
+      tr("Statistics, motifs, random networks for comparison, sub-networks, pathway maps, a web "
+         "site with drawings and literature, and files for other tools.\n\nThe same commands "
+         "run from the command line: tessel --help.\nBuilt with Qt %1 and Graphviz.")
+          .arg(qVersion()));
+}
+
+PageContext MainWindow::pageContext(const QString& command) const {
+  return MakePageContext(Path(loadedFile_), command.toStdString());
 }
 
 void MainWindow::restartViewer() {
@@ -746,6 +766,11 @@ void MainWindow::makeGraphvizDrawing() {
 }
 
 void MainWindow::createWebsite() {
+  WebsiteDialog dialog(settings_.value(kWebsiteOfflineKey, false).toBool(), this);
+  if (!prompts_.runDialog(dialog)) return;
+  settings_.setValue(kWebsiteOfflineKey, dialog.offline());
+  WebsiteSettings websiteSettings;
+  websiteSettings.offline = dialog.offline();
   auto network = network_;
   auto colors = colors_;
   const QString output = outputFolder();
@@ -754,7 +779,7 @@ void MainWindow::createWebsite() {
   launch.lowPriority = true;
   startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
     const WebsiteResult result =
-        RunWebsiteCommand(*network, *colors, WebsiteSettings{}, Path(output), progress);
+        RunWebsiteCommand(*network, *colors, websiteSettings, Path(output), progress);
     return [this, result] {
       QStringList details{tr("%1 molecule pages; %2 of %3 references with their record.")
                               .arg(result.moleculePages)
@@ -775,8 +800,9 @@ void MainWindow::computeStatistics() {
   const QString output = outputFolder();
   Launch launch;
   launch.status = tr("Performing the network statistical analysis... please wait!");
+  const PageContext context = pageContext(tr("Compute statistics"));
   startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
-    const fs::path page = WriteStatisticsPage(*network, Path(output), progress);
+    const fs::path page = WriteStatisticsPage(*network, Path(output), progress, nullptr, context);
     return [this, page] {
       setStatus(tr("Done computing statistics..."));
       openPage(Q(page));
@@ -878,7 +904,7 @@ void MainWindow::shuffledNetworks() {
   ShuffledNetworksDialog dialog(this);
   if (!prompts_.runDialog(dialog)) return;
   ShuffleSettings settings = dialog.settings();
-  settings.seed = NewSeed();
+  settings.seed = dialog.seed().value_or(NewSeed());
   auto network = network_;
   const QString output = outputFolder();
   Launch launch;

@@ -14,6 +14,7 @@
 #include "model/color_table.h"
 #include "model/network.h"
 #include "model/readers.h"
+#include "output/page_context.h"
 #include "pathways/path_search.h"
 
 class QGridLayout;
@@ -37,6 +38,7 @@ class MainWindow : public QWidget {
   static constexpr const char* kOutputFolderKey = "outputFolder";
   static constexpr const char* kLastFolderKey = "lastFolder";
   static constexpr const char* kReferenceKey = "referenceNetwork";
+  static constexpr const char* kWebsiteOfflineKey = "websiteOffline";
 
   MainWindow(QSettings& settings, UserPrompts& prompts, QWidget* parent = nullptr);
   ~MainWindow() override;
@@ -130,6 +132,9 @@ class MainWindow : public QWidget {
   void runPathways(const PathwayQuery& query);
   void openPage(const QString& file);
   void openHelp(const QString& page);
+  void showAbout();
+  // What the pages of a command run now say about where they come from.
+  PageContext pageContext(const QString& command) const;
   // The folder that a file dialog starts in.
   QString dialogFolder() const;
   // Runs a short command on the window's thread; a thrown error becomes a message box.

@@ -1,7 +1,9 @@
 #include "app/gui/page_viewer.h"
 
 #include <QHBoxLayout>
+#include <QKeySequence>
 #include <QPushButton>
+#include <QShortcut>
 #include <QVBoxLayout>
 #include <QWebEngineHistory>
 #include <QWebEngineView>
@@ -18,7 +20,7 @@ bool SamePage(const QUrl& a, const QUrl& b) {
 }  // namespace
 
 PageViewer::PageViewer(const QUrl& home, QWidget* parent)
-    : QDialog(parent),
+    : QWidget(parent, Qt::Window),
       home_(home),
       view_(new QWebEngineView(this)),
       backButton_(new QPushButton(tr("Back"), this)),
@@ -27,9 +29,8 @@ PageViewer::PageViewer(const QUrl& home, QWidget* parent)
   setObjectName("pageViewer");
   backButton_->setObjectName("back");
   homeButton_->setObjectName("home");
-  // Enter in the dialog must not press a button (it would close or reload the page).
-  backButton_->setAutoDefault(false);
-  homeButton_->setAutoDefault(false);
+  backButton_->setToolTip(tr("The page before (Alt+Left)"));
+  homeButton_->setToolTip(tr("The page this window was opened on"));
 
   auto* buttons = new QHBoxLayout;
   buttons->addWidget(backButton_);
@@ -42,15 +43,25 @@ PageViewer::PageViewer(const QUrl& home, QWidget* parent)
 
   connect(backButton_, &QPushButton::clicked, this, &PageViewer::back);
   connect(homeButton_, &QPushButton::clicked, this, &PageViewer::goHome);
+  connect(new QShortcut(QKeySequence::Back, this), &QShortcut::activated, this, &PageViewer::back);
+  connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this,
+          &QWidget::close);
+  // The window shows the title of the page it shows (the network's name on generated pages).
+  connect(view_, &QWebEngineView::titleChanged, this, [this](const QString& title) {
+    setWindowTitle(title.isEmpty() || title.startsWith("file:") ? tr("Web pages viewer")
+                                                                : title + tr(" - TESSEL"));
+  });
   view_->load(home_);
 }
 
 void PageViewer::back() {
+  if (view_->history()->canGoBack()) {
+    view_->back();
+    return;
+  }
   const QUrl current = view_->url();
   if (current.isEmpty() || SamePage(current, home_)) {
     close();
-  } else if (view_->history()->canGoBack()) {
-    view_->back();
   } else {
     goHome();
   }

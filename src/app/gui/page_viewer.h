@@ -1,16 +1,18 @@
-// The page viewer: a dialog with an embedded browser in which result pages, drawings and
-// help pages are shown, with "Back" and "Home" buttons. "Back" on the home page closes it.
+// The page viewer: a window of its own with an embedded browser in which result pages,
+// drawings and help pages are shown, with "Back" and "Home" buttons. It does not block the
+// main window: several results can stay open while other commands run. "Back" goes back
+// through the pages visited; on the home page with nothing to go back to it closes the window.
 #pragma once
 
-#include <QDialog>
 #include <QUrl>
+#include <QWidget>
 
 class QPushButton;
 class QWebEngineView;
 
 namespace tessel::gui {
 
-class PageViewer : public QDialog {
+class PageViewer : public QWidget {
   Q_OBJECT
 
  public:
@@ -20,7 +22,7 @@ class PageViewer : public QDialog {
   QWebEngineView* view() const { return view_; }
 
  public slots:
-  // Goes back one page; on the home page (nothing to go back to) closes the viewer.
+  // Goes back one page; on the home page with nothing to go back to, closes the viewer.
   void back();
   // Shows the home page again.
   void goHome();

@@ -57,8 +57,12 @@ bool DialogPrompts::runDialog(QDialog& dialog) {
 }
 
 void DialogPrompts::showPage(QWidget* parent, const QUrl& page) {
-  PageViewer viewer(page, parent);
-  viewer.exec();
+  // A window of its own that frees itself when closed; the main window stays usable.
+  auto* viewer = new PageViewer(page, parent);
+  viewer->setAttribute(Qt::WA_DeleteOnClose);
+  viewer->show();
+  viewer->raise();
+  viewer->activateWindow();
 }
 
 void DialogPrompts::showImage(QWidget* parent, const QString& title, const QString& file) {

@@ -34,7 +34,7 @@ class UserPrompts {
                        const QString& initial) = 0;
   // Shows a settings dialog modally; true when the person confirmed it.
   virtual bool runDialog(QDialog& dialog) = 0;
-  // The page viewer on a local page or a help page, modal.
+  // The page viewer on a local page or a help page, in a window of its own (not modal).
   virtual void showPage(QWidget* parent, const QUrl& page) = 0;
   // An image file in a window of its own, modal.
   virtual void showImage(QWidget* parent, const QString& title, const QString& file) = 0;
