@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs the dependencies, builds TESSEL and analyses the bundled example network.
-# Results go to example-output/ (override with the first argument).
+# Installs the dependencies, builds TESSEL (the command line and the desktop window) and
+# analyses the bundled example network. Results go to example-output/ (override with the
+# first argument).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=${1:-example-output}
@@ -8,7 +9,10 @@ network=examples/omnipath_signed.sig
 
 bash scripts/install-deps.sh
 cmake --preset default >/dev/null
-cmake --build --preset default -j "$(nproc)" --target tessel
+targets=(tessel)
+# The window is built when Qt was found (-DTESSEL_BUILD_GUI=OFF leaves it out).
+if grep -q '^TESSEL_BUILD_GUI:BOOL=ON' build/default/CMakeCache.txt; then targets+=(tessel-gui); fi
+cmake --build --preset default -j "$(nproc)" --target "${targets[@]}"
 
 tessel=build/default/bin/tessel
 # The web site is built offline: PubMed records come from the local cache only, so on a
@@ -20,3 +24,8 @@ tessel=build/default/bin/tessel
 echo
 echo "Open $out/TESSEL_website/index.htm (the web site, with stats.htm), $out/validation.htm"
 echo "and $out/TESSEL_motifs/motifs.htm in a browser."
+echo
+echo "The programs: $PWD/$tessel (command line: $tessel --help)"
+if [[ -x build/default/bin/tessel-gui ]]; then
+  echo "              $PWD/build/default/bin/tessel-gui (the desktop window; needs a display)"
+fi
