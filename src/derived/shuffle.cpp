@@ -175,6 +175,12 @@ std::string AnalysisPage(const ShuffleSettings& settings, const ShuffleResult& r
             "figures use the other " +
             std::to_string(c.used) + ".</p>";
   }
+  const bool pathLengths =
+      std::ranges::any_of(columns, [](const ColumnComparison& c) { return c.title == "CPL"; });
+  const std::size_t islands = ColumnOf(result.titles, "islands");
+  if (pathLengths && islands < result.networkValues.size() && result.networkValues[islands] != 1) {
+    page += "\n<p>The user network has several islands and no path length.</p>";
+  }
   page += "</body></html>";
   return WithPageContext(std::move(page), settings.context, "Shuffled networks analysis");
 }
