@@ -49,9 +49,9 @@ TEST(Cli, StatsJsonHasEveryKeyAndWritesThePage) {
   const RunResult r = RunTessel(dir, {"stats", "--json", "-o", out, Example("signor_lbc.sig")});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   const auto j = nlohmann::json::parse(r.out);
-  for (const char* key :
-       {"molecules", "interactions", "references", "links_per_node", "clustering", "grid", "cpl",
-        "islands", "types", "locations", "effects", "interaction_types", "connectivity"}) {
+  for (const char* key : {"molecules", "interactions", "references", "links_per_node", "clustering",
+                          "grid", "cpl", "cpl_largest_island", "islands", "types", "locations",
+                          "effects", "interaction_types", "connectivity"}) {
     EXPECT_TRUE(j.contains(key)) << key;
   }
   EXPECT_EQ(j["molecules"], 30);
@@ -243,6 +243,11 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
     EXPECT_EQ(j["columns"]["interactions"]["sd"], 0);  // swaps keep the number of links
     EXPECT_TRUE(j["columns"]["interactions"]["z"].is_null());
     EXPECT_TRUE(j["columns"].contains("NFFL4"));
+    EXPECT_EQ(j["columns"]["CPL"]["used"].get<int>() + j["columns"]["CPL"]["left_out"].get<int>(),
+              4);
+    EXPECT_NE(test::ReadFile(dir / out / "TESSEL_shuffled_nets" / "shuffled_networks_analysis.htm")
+                  .find("<tr><td>user network</td><td>59</td>"),
+              std::string::npos);
     const std::string text =
         test::ReadFile(dir / out / "TESSEL_shuffled_nets" / "random_milo_4.sig");
     if (first.empty()) {
@@ -286,6 +291,10 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
   const auto propagated = nlohmann::json::parse(r.out);
   EXPECT_FALSE(propagated["sources"].empty());
   EXPECT_TRUE(fs::exists(dir / propagated["dips_page"].get<std::string>()));
+  // The pages say which network and command they come from.
+  EXPECT_NE(
+      test::ReadFile(dir / propagated["stats_page"].get<std::string>()).find("signor_lbc.sig"),
+      std::string::npos);
   EXPECT_EQ(RunTessel(dir, {"propagate", "--condition", "Type", lbc}).exitCode, 2);
 }
 

@@ -79,6 +79,21 @@ TEST(Metrics, IslandsAndPathLengthsByHand) {
   EXPECT_DOUBLE_EQ(
       CharacteristicPathLength(NetworkFromEdges("A B +\nB C +\nC A +\n"), progress).value, 1.5);
   EXPECT_EQ(CharacteristicPathLength(NetworkFromEdges("A A +\n"), progress).value, 0.0);
+  // Islands P-Q-R and X-Y-Z-W and S alone (ids P1 Q2 X3 Y4 R5 Z6 W7 S8): no path length for
+  // the network, but one per island: the chain of four averages (2 + 4/3 + 4/3 + 2) / 3.
+  const PathLength islandsOf = CharacteristicPathLength(
+      NetworkFromEdges("P Q +\nX Y +\nQ R +\nY Z +\nZ W +\nS S +\n"), progress);
+  EXPECT_EQ(islandsOf.value, 0.0);
+  EXPECT_TRUE(islandsOf.perMolecule.empty());
+  const std::vector<double> expected{1.5, 1, 2, 4.0 / 3, 1.5, 4.0 / 3, 2, 0};
+  ASSERT_EQ(islandsOf.islandPerMolecule.size(), expected.size());
+  for (std::size_t v = 0; v < expected.size(); ++v) {
+    EXPECT_DOUBLE_EQ(islandsOf.islandPerMolecule[v], expected[v]) << v;
+  }
+  EXPECT_DOUBLE_EQ(islandsOf.largestIsland, 20.0 / 9);
+  EXPECT_EQ(islandsOf.largestIslandSize, 4u);
+  EXPECT_EQ(chain.islandPerMolecule, chain.perMolecule);
+  EXPECT_DOUBLE_EQ(chain.largestIsland, chain.value);
   EXPECT_THROW(DistancesFrom(pqr, 0), std::out_of_range);
   EXPECT_THROW(DistancesFrom(pqr, 4), std::out_of_range);
 }
@@ -135,10 +150,17 @@ TEST(Metrics, BitParallelSearchAgreesWithPlainSearchAndReportsEachPass) {
     ASSERT_EQ(FindIslands(net).count, islandCount);
 
     std::vector<std::uint64_t> sums(n, 0);
+    std::vector<double> islandAverages(n, 0);
     for (MoleculeId source = 1; source <= n; ++source) {
       const std::vector<int> distance = PlainDistances(net, source);
       ASSERT_EQ(DistancesFrom(net, source), distance);
       for (const int d : distance) sums[source - 1] += static_cast<std::uint64_t>(std::max(d, 0));
+      const auto reached =
+          std::count_if(distance.begin(), distance.end(), [](int d) { return d >= 0; });
+      if (reached > 1) {
+        islandAverages[source - 1] =
+            static_cast<double>(sums[source - 1]) / static_cast<double>(reached - 1);
+      }
     }
     RecordingProgress progress, cancelling;
     EXPECT_EQ(DistanceSums(net, progress), sums);
@@ -155,6 +177,7 @@ TEST(Metrics, BitParallelSearchAgreesWithPlainSearchAndReportsEachPass) {
     }
     const PathLength cpl = CharacteristicPathLength(net, progress);
     EXPECT_EQ(cpl.perMolecule, averages);
+    EXPECT_EQ(cpl.islandPerMolecule, islandAverages);
     EXPECT_DOUBLE_EQ(cpl.value, std::accumulate(averages.begin(), averages.end(), 0.0) /
                                     static_cast<double>(n - 1));
   }

@@ -1,6 +1,7 @@
 // Shuffled and random networks: the three generators keep what they promise on random small
 // networks; the command's files and page depend on the seed only, not on the thread count;
-// the one-island option keeps one island or gives up.
+// the one-island option keeps one island or gives up; the comparison rows under the table
+// worked out by hand, path lengths taken from the networks of one island only.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -195,7 +196,7 @@ TEST(Shuffle, CommandFilesPageAndProgressDependOnTheSeedNotTheThreads) {
     EXPECT_EQ(result.titles, FigureTitles(s.columns));
     NullProgress none;
     EXPECT_EQ(result.networkValues, ComputeFigures(net, s.columns, none).values);
-    std::string page = "<html><body><table>" + FigureHeaderRow("random network #", result.titles);
+    std::string rows = FigureHeaderRow("random network #", result.titles);
     for (int i = 1; i <= 5; ++i) {
       const std::string name = ShuffledFileName(kind, i), out = " random networks out of 5";
       EXPECT_EQ(progress.texts.count("Created " + std::to_string(i) + out), 1u);
@@ -205,9 +206,10 @@ TEST(Shuffle, CommandFilesPageAndProgressDependOnTheSeedNotTheThreads) {
       const Network back = ReadSigText(files.at(name), "back");
       EXPECT_EQ(back.interactionCount(), net.interactionCount());
       EXPECT_EQ(result.random.at(i - 1), ComputeFigures(back, s.columns, none).values);
-      page += FigureValueRow(std::to_string(i), result.titles, result.random[i - 1]);
+      rows += FigureValueRow(std::to_string(i), result.titles, result.random[i - 1]);
     }
-    EXPECT_EQ(files.at(kShuffledPage), page + "</table></body></html>");
+    EXPECT_NE(files.at(kShuffledPage).find("<table>" + rows + "<tr><td>user network</td>"),
+              std::string::npos);
     progress.cancel = true;
     EXPECT_THROW(RunShuffleCommand(net, s, other.path(), progress), Cancelled);
   }
@@ -252,6 +254,76 @@ TEST(Shuffle, OneIslandIsKeptOrGivenUpAfterItsTries) {
     for (const fs::path& f : run(ring, kind, 1000, kept.path()).files)
       EXPECT_EQ(islands(f), 1u) << f;
   }
+}
+
+TEST(Shuffle, ComparisonByHandLeavesNetworksOfSeveralIslandsOutOfThePathLength) {
+  // FBL3 2, 4, 6, 4: mean 4, SD sqrt(8/3) = 1.63299, z (5 - 4) / 1.63299 = 0.61.
+  // CPL of the first two only (one island each): 2 and 3, mean 2.5, SD 0.707107, z 0.
+  // islands 1, 1, 2, 3: mean 1.75, SD sqrt(2.75/3) = 0.957427, z -0.78.
+  const std::vector<std::string> titles{"FBL3", "CPL", "islands"};
+  const std::vector<std::vector<double>> random{{2, 2, 1}, {4, 3, 1}, {6, 0, 2}, {4, 0, 3}};
+  const std::vector<ColumnComparison> c = ShuffleComparison(titles, {5, 2.5, 1}, random);
+  ASSERT_EQ(c.size(), 3u);
+  const auto check = [](const ColumnComparison& col, double mean, double sd, std::string z,
+                        std::size_t used, std::size_t leftOut) {
+    SCOPED_TRACE(col.title);
+    EXPECT_DOUBLE_EQ(col.figures.mean, mean);
+    EXPECT_NEAR(col.figures.sd, sd, 1e-6);
+    EXPECT_EQ(col.figures.hasZ ? FormatZ(col.figures.z) : "-", z);
+    EXPECT_EQ(col.used, used);
+    EXPECT_EQ(col.leftOut, leftOut);
+  };
+  check(c[0], 4, 1.632993, "0.61", 4, 0);
+  check(c[1], 2.5, 0.707107, "0.00", 2, 2);
+  check(c[2], 1.75, 0.957427, "-0.78", 4, 0);
+  // A user network of several islands has no path length to compare; one random network
+  // of one island gives a mean but no SD.
+  const std::vector<ColumnComparison> split = ShuffleComparison(titles, {5, 0, 2}, random);
+  EXPECT_FALSE(split[1].figures.hasZ);
+  EXPECT_TRUE(split[2].figures.hasZ);
+  const ColumnComparison one = ShuffleComparison(titles, {5, 2.5, 1}, {{1, 2, 1}, {1, 0, 2}})[1];
+  check(one, 2, 0, "-", 1, 1);
+}
+
+TEST(Shuffle, PageShowsTheSettingsTheUserRowAndTheSummaryRows) {
+  // Swaps cut a ring of 12 into smaller rings now and then: those networks have no path length.
+  std::string ring;
+  for (int k = 0; k < 12; ++k)
+    ring += "R" + std::to_string(k) + " R" + std::to_string((k + 1) % 12) + " +\n";
+  ShuffleSettings s{.count = 8, .passes = 3, .columns = {true, false, false}, .seed = 4};
+  s.context.network = "ring.sig";
+  test::ScratchDir dir;
+  const ShuffleResult r = RunQuietly(NetworkFromEdges(ring), s, dir.path());
+  const std::string page = test::ReadFile(r.page);
+  EXPECT_NE(page.find("<p>8 random networks: target swaps keeping every molecule's in and out "
+                      "links, 3 passes over the interactions; seed 4.</p>\n<table>"),
+            std::string::npos)
+      << page;
+  EXPECT_NE(page.find("ring.sig"), std::string::npos);
+  const std::size_t cpl = 7, islands = 8;
+  ASSERT_EQ(r.titles.at(cpl), "CPL");
+  std::size_t split = 0;
+  for (const auto& row : r.random) split += row.at(islands) != 1;
+  ASSERT_GT(split, 0u);
+  ASSERT_LT(split, 8u);
+  EXPECT_EQ(r.comparison.at(cpl).leftOut, split);
+  EXPECT_EQ(r.comparison.at(cpl).used, 8 - split);
+  // The ring: every molecule's distances 1, 1, 2, 2, ... 6 sum to 36, over 11.
+  EXPECT_DOUBLE_EQ(r.networkValues.at(cpl), 36.0 / 11 * 12 / 11);
+  std::string z = "<tr><td>z-score";
+  for (const ColumnComparison& c : r.comparison)
+    z += "</td><td>" + (c.figures.hasZ ? FormatZ(c.figures.z) : std::string("-"));
+  EXPECT_NE(page.find(FigureValueRow("user network", r.titles, r.networkValues) +
+                      "<tr><td>mean</td><td>12</td><td>12</td><td>12</td>"),
+            std::string::npos)
+      << page;
+  EXPECT_NE(page.find("<tr><td>SD</td><td>0</td>"), std::string::npos);
+  EXPECT_NE(page.find(z + "</td></tr>\n</table>\n<p>" + std::to_string(split) +
+                      " of 8 random networks have several islands and no path length; the "
+                      "path-length figures use the other " +
+                      std::to_string(8 - split) + ".</p>"),
+            std::string::npos)
+      << page;
 }
 
 }  // namespace

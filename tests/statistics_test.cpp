@@ -1,6 +1,6 @@
 // The statistics page: a real network against a checked copy, then what that page does not
-// show (molecules beyond the last connectivity column, escaping, single precision, no path
-// length for two islands), and writing the page.
+// show (molecules beyond the last connectivity column, escaping, single precision, the
+// largest island's path length for two islands), and writing the page.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -56,7 +56,7 @@ TEST(StatisticsPage, EscapesTalliedStringsAndShowsThePathLengthInSinglePrecision
             std::string::npos);
 }
 
-TEST(StatisticsWrite, TwoIslandsHaveCoefficientsButNoPathLength) {
+TEST(StatisticsWrite, TwoIslandsHaveCoefficientsAndTheLargestIslandsPathLength) {
   test::ScratchDir dir;
   NullProgress progress;
   Statistics stats;
@@ -65,9 +65,12 @@ TEST(StatisticsWrite, TwoIslandsHaveCoefficientsButNoPathLength) {
   EXPECT_EQ(path, dir / "out" / "stats.htm");
   const std::string page = test::ReadFile(path);
   EXPECT_EQ(page, StatisticsPage(stats));
-  EXPECT_EQ(page.find("Characteristic"), std::string::npos) << page;
-  // Clustering: 1 for each molecule of the triangle, 0 for X and Y.
-  EXPECT_NE(page.find("<B>Clustering Coefficient: </B>0.6<BR><B>Grid Coefficient: </B>0<BR>"),
+  EXPECT_EQ(page.find("Characteristic Path Length"), std::string::npos) << page;
+  // The triangle has its own path length, 1.5. Clustering: 1 for each molecule of the
+  // triangle, 0 for X and Y.
+  EXPECT_NE(page.find("<B>Characteristic path length of the largest island (3 molecules): "
+                      "</B>1.5<BR><B>Clustering Coefficient: </B>0.6<BR><B>Grid Coefficient: "
+                      "</B>0<BR>"),
             std::string::npos)
       << page;
   EXPECT_EQ(stats.clusteringPerMolecule, (std::vector<double>{1, 1, 1, 0, 0}));

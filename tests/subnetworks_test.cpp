@@ -128,15 +128,21 @@ TEST(Propagation, FilesAndPagesOfSourcesWithAndWithoutFiles) {
       RunPropagateCommand(chain, {NameIs("C"), 15, Direction::Forward, 1}, dir / "stuck", progress);
   EXPECT_TRUE(stuck.files.empty());
   EXPECT_EQ(std::distance(fs::directory_iterator(stuck.folder), fs::directory_iterator()), 2);
+  // Each page links to the other.
+  const std::string toDips =
+      "</table>\n<p>Motif participation per molecule: <a href=\"dips.htm\">dips.htm</a></p>\n"
+      "</body></html>";
   EXPECT_EQ(ReadFile(stuck.statsPage), "<html><body><table><tr><td>C</td></tr>" +
-                                           FigureHeaderRow("steps", stuck.titles) +
-                                           "</table></body></html>");
-  EXPECT_EQ(ReadFile(stuck.dipsPage), "<html><body><table>\n</table></body></html>");
+                                           FigureHeaderRow("steps", stuck.titles) + toDips);
+  EXPECT_EQ(ReadFile(stuck.dipsPage),
+            "<html><body><table>\n</table>\n<p>Figures of every sub-network: <a "
+            "href=\"stats_for_steps_networks.htm\">stats_for_steps_networks.htm</a></p>\n"
+            "</body></html>");
 
   const PropagateResult none = RunPropagateCommand(
       chain, {{ConditionKind::Type, "Ligand"}, 15, Direction::Forward, 1}, dir / "none", progress);
   EXPECT_TRUE(none.sources.empty());
-  EXPECT_EQ(ReadFile(none.statsPage), "<html><body><table></table></body></html>");
+  EXPECT_EQ(ReadFile(none.statsPage), "<html><body><table>" + toDips);
 
   EXPECT_EQ(ParseDirection("REVERSE"), Direction::Reverse);
   EXPECT_EQ(ParseDirection("forward"), Direction::Forward);

@@ -42,6 +42,40 @@ CompactGraph Compact(const Network& network) {
   return g;
 }
 
+// The island of every vertex, by breadth-first search from each vertex not yet labelled,
+// in vertex order.
+struct IslandLabels {
+  std::vector<std::uint32_t> of;   // label of each vertex
+  std::vector<std::size_t> sizes;  // molecule count of each island, by label
+  std::uint32_t largest = 0;       // the largest island; ties go to the one found first
+};
+
+IslandLabels LabelIslands(const CompactGraph& g) {
+  const std::size_t n = g.size();
+  constexpr auto kNone = static_cast<std::uint32_t>(-1);
+  IslandLabels labels;
+  labels.of.assign(n, kNone);
+  std::vector<std::uint32_t> queue;
+  queue.reserve(n);
+  for (std::size_t root = 0; root < n; ++root) {
+    if (labels.of[root] != kNone) continue;
+    const auto label = static_cast<std::uint32_t>(labels.sizes.size());
+    queue.clear();
+    queue.push_back(static_cast<std::uint32_t>(root));
+    labels.of[root] = label;
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+      for (const std::uint32_t u : g.neighbours(queue[head])) {
+        if (labels.of[u] != kNone) continue;
+        labels.of[u] = label;
+        queue.push_back(u);
+      }
+    }
+    labels.sizes.push_back(queue.size());
+    if (queue.size() > labels.sizes[labels.largest]) labels.largest = label;
+  }
+  return labels;
+}
+
 // Counts strings in order of first appearance.
 class Tally {
  public:
@@ -105,6 +139,57 @@ double GridDenominator(std::uint64_t k, std::uint64_t s) {
 }
 
 constexpr std::string_view kPathLengthTask = "Characteristic path length";
+
+// For each vertex, the sum of its shortest-path distances to every vertex it can reach.
+std::vector<std::uint64_t> DistanceSumsOf(const CompactGraph& g, Progress& progress) {
+  const std::size_t n = g.size();
+  std::vector<std::uint64_t> sums(n, 0);
+  // Breadth-first search from 64 sources at once: bit j of a vertex's masks stands for
+  // source first + j. `seen` holds the sources that have reached the vertex, `frontier`
+  // those that reached it at the previous depth, `next` those reaching it now.
+  // Distances are symmetric, so adding depth * (sources newly reaching v) to v's own sum
+  // gives, over all passes, the sum of the distances from v. `frontier` is read only for
+  // the vertices listed in `current`; `next` is zero outside the level being built.
+  std::vector<std::uint64_t> seen(n), frontier(n, 0), next(n, 0);
+  std::vector<std::uint32_t> current, upcoming;
+  const std::size_t passes = (n + 63) / 64;
+  progress.report(0, passes, kPathLengthTask);
+  for (std::size_t pass = 0; pass < passes; ++pass) {
+    ThrowIfCancelled(progress);
+    std::fill(seen.begin(), seen.end(), 0);
+    current.clear();
+    const std::size_t first = pass * 64;
+    const std::size_t count = std::min<std::size_t>(64, n - first);
+    for (std::size_t j = 0; j < count; ++j) {
+      seen[first + j] = frontier[first + j] = std::uint64_t{1} << j;
+      current.push_back(static_cast<std::uint32_t>(first + j));
+    }
+    for (std::uint64_t depth = 1; !current.empty(); ++depth) {
+      // Long chains give many shallow levels: stay responsive to cancellation.
+      if (depth % 1024 == 0) ThrowIfCancelled(progress);
+      upcoming.clear();
+      for (const std::uint32_t u : current) {
+        const std::uint64_t reaching = frontier[u];
+        for (const std::uint32_t v : g.neighbours(u)) {
+          const std::uint64_t fresh = reaching & ~seen[v];
+          if (fresh == 0) continue;
+          if (next[v] == 0) upcoming.push_back(v);
+          next[v] |= fresh;
+        }
+      }
+      for (const std::uint32_t v : upcoming) {
+        const std::uint64_t reached = next[v];
+        next[v] = 0;
+        seen[v] |= reached;
+        frontier[v] = reached;
+        sums[v] += depth * static_cast<std::uint64_t>(std::popcount(reached));
+      }
+      std::swap(current, upcoming);
+    }
+    progress.report(pass + 1, passes, kPathLengthTask);
+  }
+  return sums;
+}
 
 }  // namespace
 
@@ -217,105 +302,47 @@ double GridCoefficient(const Network& network, std::vector<double>* perMolecule)
 }
 
 Islands FindIslands(const Network& network) {
-  const CompactGraph g = Compact(network);
-  const std::size_t n = g.size();
-  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  std::vector<std::size_t> island(n, kNone);
-  std::vector<std::uint32_t> queue;
-  queue.reserve(n);
+  const IslandLabels labels = LabelIslands(Compact(network));
   Islands result;
-  std::size_t largest = kNone;
-  std::size_t largestSize = 0;
-  for (std::size_t root = 0; root < n; ++root) {
-    if (island[root] != kNone) continue;
-    const std::size_t label = result.count++;
-    queue.clear();
-    queue.push_back(static_cast<std::uint32_t>(root));
-    island[root] = label;
-    for (std::size_t head = 0; head < queue.size(); ++head) {
-      for (const std::uint32_t u : g.neighbours(queue[head])) {
-        if (island[u] != kNone) continue;
-        island[u] = label;
-        queue.push_back(u);
-      }
-    }
-    // Ties go to the island holding the smallest id, found first.
-    if (queue.size() > largestSize) {
-      largestSize = queue.size();
-      largest = label;
-    }
-  }
-  result.largest.reserve(largestSize);
-  for (std::size_t v = 0; v < n; ++v) {
-    if (island[v] == largest) result.largest.push_back(static_cast<MoleculeId>(v + 1));
+  result.count = labels.sizes.size();
+  if (result.count == 0) return result;
+  result.largest.reserve(labels.sizes[labels.largest]);
+  for (std::size_t v = 0; v < labels.of.size(); ++v) {
+    if (labels.of[v] == labels.largest) result.largest.push_back(static_cast<MoleculeId>(v + 1));
   }
   return result;
 }
 
 std::vector<std::uint64_t> DistanceSums(const Network& network, Progress& progress) {
-  const CompactGraph g = Compact(network);
-  const std::size_t n = g.size();
-  std::vector<std::uint64_t> sums(n, 0);
-  // Breadth-first search from 64 sources at once: bit j of a vertex's masks stands for
-  // source first + j. `seen` holds the sources that have reached the vertex, `frontier`
-  // those that reached it at the previous depth, `next` those reaching it now.
-  // Distances are symmetric, so adding depth * (sources newly reaching v) to v's own sum
-  // gives, over all passes, the sum of the distances from v. `frontier` is read only for
-  // the vertices listed in `current`; `next` is zero outside the level being built.
-  std::vector<std::uint64_t> seen(n), frontier(n, 0), next(n, 0);
-  std::vector<std::uint32_t> current, upcoming;
-  const std::size_t passes = (n + 63) / 64;
-  progress.report(0, passes, kPathLengthTask);
-  for (std::size_t pass = 0; pass < passes; ++pass) {
-    ThrowIfCancelled(progress);
-    std::fill(seen.begin(), seen.end(), 0);
-    current.clear();
-    const std::size_t first = pass * 64;
-    const std::size_t count = std::min<std::size_t>(64, n - first);
-    for (std::size_t j = 0; j < count; ++j) {
-      seen[first + j] = frontier[first + j] = std::uint64_t{1} << j;
-      current.push_back(static_cast<std::uint32_t>(first + j));
-    }
-    for (std::uint64_t depth = 1; !current.empty(); ++depth) {
-      // Long chains give many shallow levels: stay responsive to cancellation.
-      if (depth % 1024 == 0) ThrowIfCancelled(progress);
-      upcoming.clear();
-      for (const std::uint32_t u : current) {
-        const std::uint64_t reaching = frontier[u];
-        for (const std::uint32_t v : g.neighbours(u)) {
-          const std::uint64_t fresh = reaching & ~seen[v];
-          if (fresh == 0) continue;
-          if (next[v] == 0) upcoming.push_back(v);
-          next[v] |= fresh;
-        }
-      }
-      for (const std::uint32_t v : upcoming) {
-        const std::uint64_t reached = next[v];
-        next[v] = 0;
-        seen[v] |= reached;
-        frontier[v] = reached;
-        sums[v] += depth * static_cast<std::uint64_t>(std::popcount(reached));
-      }
-      std::swap(current, upcoming);
-    }
-    progress.report(pass + 1, passes, kPathLengthTask);
-  }
-  return sums;
+  return DistanceSumsOf(Compact(network), progress);
 }
 
 PathLength CharacteristicPathLength(const Network& network, Progress& progress) {
   PathLength result;
-  const std::size_t n = network.moleculeCount();
-  if (n < 2 || FindIslands(network).count > 1) return result;
-  const std::vector<std::uint64_t> sums = DistanceSums(network, progress);
-  const double divisor = static_cast<double>(n - 1);
-  result.perMolecule.reserve(n);
-  double total = 0;
-  for (const std::uint64_t sum : sums) {
-    result.perMolecule.push_back(static_cast<double>(sum) / divisor);
-    total += result.perMolecule.back();
+  const CompactGraph g = Compact(network);
+  const std::size_t n = g.size();
+  if (n == 0) return result;
+  const IslandLabels islands = LabelIslands(g);
+  // Searches never leave the island they start in, so the sums are each molecule's sum
+  // over its own island.
+  const std::vector<std::uint64_t> sums =
+      n >= 2 ? DistanceSumsOf(g, progress) : std::vector<std::uint64_t>(n, 0);
+  result.islandPerMolecule.resize(n, 0.0);
+  double largestTotal = 0;
+  for (std::size_t v = 0; v < n; ++v) {
+    const std::size_t size = islands.sizes[islands.of[v]];
+    if (size < 2) continue;
+    result.islandPerMolecule[v] = static_cast<double>(sums[v]) / static_cast<double>(size - 1);
+    if (islands.of[v] == islands.largest) largestTotal += result.islandPerMolecule[v];
   }
-  result.value = total / divisor;
+  result.largestIslandSize = islands.sizes[islands.largest];
+  if (result.largestIslandSize >= 2) {
+    result.largestIsland = largestTotal / static_cast<double>(result.largestIslandSize - 1);
+  }
+  if (islands.sizes.size() == 1) {
+    result.value = result.largestIsland;
+    if (result.value > 0) result.perMolecule = result.islandPerMolecule;
+  }
   return result;
 }
 

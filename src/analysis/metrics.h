@@ -62,9 +62,18 @@ Islands FindIslands(const Network& network);
 // molecule's average path length is the sum of its shortest-path distances to all
 // molecules divided by n - 1, and the network value is the sum of those averages divided
 // by n - 1. 0 for a network of more than one island or fewer than two molecules.
+//
+// The same definition applied to each island as a network of its own gives every
+// molecule an average within its island, and the largest island (as FindIslands picks
+// it) a path length of its own, so networks of several islands still have figures.
 struct PathLength {
   double value = 0;
   std::vector<double> perMolecule;  // average path length per molecule; empty when value is 0
+  // Per molecule (id - 1): the average distance to the other molecules of its own island,
+  // 0 for a molecule alone. Equal to perMolecule for a network of one island.
+  std::vector<double> islandPerMolecule;
+  double largestIsland = 0;           // the largest island's characteristic path length
+  std::size_t largestIslandSize = 0;  // its molecule count
 };
 PathLength CharacteristicPathLength(const Network& network, Progress& progress);
 

@@ -102,6 +102,12 @@ std::string StatisticsPage(const Statistics& stats, const PageContext& context) 
     // Shown in single precision.
     const float value = static_cast<float>(stats.pathLength.value);
     page += "<B>Characteristic Path Length: </B>" + FormatNumber(value) + "<BR>";
+  } else if (stats.islands.count > 1 && stats.pathLength.largestIsland > 0) {
+    // The network as a whole has no path length; its largest island, taken on its own, has.
+    const float value = static_cast<float>(stats.pathLength.largestIsland);
+    page += "<B>Characteristic path length of the largest island (" +
+            std::to_string(stats.pathLength.largestIslandSize) + " molecules): </B>" +
+            FormatNumber(value) + "<BR>";
   }
   page += "<B>Clustering Coefficient: </B>" + FormatNumber(stats.clustering) + "<BR>";
   page += "<B>Grid Coefficient: </B>" + FormatNumber(stats.grid) + "<BR>";

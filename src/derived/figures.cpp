@@ -1,6 +1,8 @@
 #include "derived/figures.h"
 
 #include <cmath>
+#include <iomanip>
+#include <sstream>
 
 #include "analysis/metrics.h"
 #include "motifs/motif_search.h"
@@ -122,6 +124,14 @@ Comparison Compare(double value, const std::vector<double>& randomValues) {
     c.z = (value - c.mean) / c.sd;
   }
   return c;
+}
+
+std::string FormatZ(double z) {
+  const double rounded = std::round(z * 100) / 100;
+  std::ostringstream out;
+  // Adding 0.0 turns a negative zero into a positive one.
+  out << std::fixed << std::setprecision(2) << rounded + 0.0;
+  return out.str();
 }
 
 }  // namespace tessel

@@ -63,4 +63,7 @@ struct Comparison {
 };
 Comparison Compare(double value, const std::vector<double>& randomValues);
 
+// A z-score as shown to the user: two decimals ("-1.25", "0.00"), never "-0.00".
+std::string FormatZ(double z);
+
 }  // namespace tessel

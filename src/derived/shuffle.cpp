@@ -17,6 +17,7 @@
 #include "analysis/metrics.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/text.h"
 
 namespace tessel {
 namespace fs = std::filesystem;
@@ -113,6 +114,76 @@ class Pool {
   int created_ = 0;
   int analyzed_ = 0;
 };
+
+// Where a column's value is taken from, for the comparison of the "CPL" column.
+std::size_t ColumnOf(const std::vector<std::string>& titles, std::string_view title) {
+  return static_cast<std::size_t>(std::find(titles.begin(), titles.end(), title) - titles.begin());
+}
+
+// One summary row of the analysis page: `cell` gives each column's text.
+template <typename Cell>
+std::string SummaryRow(std::string_view label, const std::vector<ColumnComparison>& columns,
+                       const Cell& cell) {
+  std::string out = "<tr><td>";
+  out += label;
+  for (const ColumnComparison& c : columns) out += "</td><td>" + cell(c);
+  out += "</td></tr>\n";
+  return out;
+}
+
+// "100 random networks: target swaps keeping ..., 10 passes, maintain one island; seed 42."
+std::string Description(const ShuffleSettings& settings, int count, bool oneIsland) {
+  std::string text = "<p>" + std::to_string(count) +
+                     (count == 1 ? " random network: " : " random networks: ") +
+                     ShuffleKindWords(settings.kind);
+  if (settings.kind == ShuffleKind::SwapTargets) {
+    text += ", " + std::to_string(settings.passes) + (settings.passes == 1 ? " pass" : " passes") +
+            " over the interactions";
+  }
+  if (oneIsland) text += ", maintain one island";
+  text += "; seed " + std::to_string(settings.seed) + ".</p>\n";
+  return text;
+}
+
+std::string AnalysisPage(const ShuffleSettings& settings, const ShuffleResult& result,
+                         bool oneIsland) {
+  const int count = static_cast<int>(result.random.size());
+  std::string page = "<html><body>";
+  page += Description(settings, count, oneIsland);
+  page += "<table>";
+  page += FigureHeaderRow("random network #", result.titles);
+  for (int i = 1; i <= count; ++i) {
+    page += FigureValueRow(std::to_string(i), result.titles,
+                           result.random[static_cast<std::size_t>(i - 1)]);
+  }
+  page += FigureValueRow("user network", result.titles, result.networkValues);
+  const auto& columns = result.comparison;
+  page += SummaryRow("mean", columns, [](const ColumnComparison& c) {
+    return c.used > 0 ? FormatNumber(c.figures.mean) : std::string("-");
+  });
+  page += SummaryRow("SD", columns, [](const ColumnComparison& c) {
+    return c.used > 1 ? FormatNumber(c.figures.sd) : std::string("-");
+  });
+  page += SummaryRow("z-score", columns, [](const ColumnComparison& c) {
+    return c.figures.hasZ ? FormatZ(c.figures.z) : std::string("-");
+  });
+  page += "</table>";
+  for (const ColumnComparison& c : columns) {
+    if (c.title != "CPL" || c.leftOut == 0) continue;
+    page += "\n<p>" + std::to_string(c.leftOut) + " of " + std::to_string(count) +
+            " random networks have several islands and no path length; the path-length "
+            "figures use the other " +
+            std::to_string(c.used) + ".</p>";
+  }
+  const bool pathLengths =
+      std::ranges::any_of(columns, [](const ColumnComparison& c) { return c.title == "CPL"; });
+  const std::size_t islands = ColumnOf(result.titles, "islands");
+  if (pathLengths && islands < result.networkValues.size() && result.networkValues[islands] != 1) {
+    page += "\n<p>The user network has several islands and no path length.</p>";
+  }
+  page += "</body></html>";
+  return WithPageContext(std::move(page), settings.context, "Shuffled networks analysis");
+}
 
 }  // namespace
 
@@ -230,6 +301,50 @@ std::vector<SigRow> ErdosRenyi(const Network& network, std::mt19937_64& random) 
   return rows;
 }
 
+std::string ShuffleKindWords(ShuffleKind kind) {
+  switch (kind) {
+    case ShuffleKind::SwapTargets:
+      return "target swaps keeping every molecule's in and out links";
+    case ShuffleKind::ShuffleEffects:
+      return "effects shuffled among the interactions, keeping the wiring";
+    case ShuffleKind::ErdosRenyi:
+      return "random links between the same molecules, as many of each effect as the network "
+             "has (Erdos-Renyi)";
+  }
+  return {};
+}
+
+std::vector<ColumnComparison> ShuffleComparison(const std::vector<std::string>& titles,
+                                                const std::vector<double>& networkValues,
+                                                const std::vector<std::vector<double>>& random) {
+  const std::size_t islands = ColumnOf(titles, "islands");
+  const auto oneIsland = [&](const std::vector<double>& row) {
+    return islands < row.size() && row[islands] == 1;
+  };
+  std::vector<ColumnComparison> columns;
+  columns.reserve(titles.size());
+  for (std::size_t c = 0; c < titles.size(); ++c) {
+    const bool pathLength = titles[c] == "CPL";
+    ColumnComparison column;
+    column.title = titles[c];
+    std::vector<double> values;
+    values.reserve(random.size());
+    for (const std::vector<double>& row : random) {
+      if (pathLength && !oneIsland(row)) {
+        ++column.leftOut;
+      } else {
+        values.push_back(row.at(c));
+      }
+    }
+    column.used = values.size();
+    column.figures = Compare(networkValues.at(c), values);
+    // A network of several islands has no path length to compare.
+    if (pathLength && !oneIsland(networkValues)) column.figures.hasZ = false;
+    columns.push_back(std::move(column));
+  }
+  return columns;
+}
+
 std::mt19937_64 NetworkRandom(std::uint64_t seed, int index) {
   std::seed_seq sequence{static_cast<std::uint32_t>(seed), static_cast<std::uint32_t>(seed >> 32),
                          static_cast<std::uint32_t>(index)};
@@ -323,15 +438,9 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
   pool.rethrow();
 
   if (analyze) {
-    std::string page = "<html><body><table>";
-    page += FigureHeaderRow("random network #", result.titles);
-    for (int i = 1; i <= count; ++i) {
-      page += FigureValueRow(std::to_string(i), result.titles,
-                             result.random[static_cast<std::size_t>(i - 1)]);
-    }
-    page += "</table></body></html>";
+    result.comparison = ShuffleComparison(result.titles, result.networkValues, result.random);
     result.page = result.folder / kShuffledPage;
-    WriteFileAtomically(result.page, page);
+    WriteFileAtomically(result.page, AnalysisPage(settings, result, oneIsland));
   }
   return result;
 }

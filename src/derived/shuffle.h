@@ -13,6 +13,7 @@
 #include "derived/figures.h"
 #include "model/network.h"
 #include "model/readers.h"
+#include "output/page_context.h"
 #include "util/progress.h"
 
 namespace tessel {
@@ -61,16 +62,39 @@ struct ShuffleSettings {
   FigureColumns columns{true, false, false};
   bool analyze = true;  // write the analysis page (when columns.any())
   std::uint64_t seed = 0;
-  unsigned threads = 0;  // 0: all cores
+  unsigned threads = 0;   // 0: all cores
+  PageContext context{};  // shown on the analysis page
 };
+
+// One column of the comparison between the user's network and its random versions: the
+// network's value with the mean, sample standard deviation and z-score of the random
+// values. A network of several islands has no path length (its "CPL" cell is 0), so the
+// "CPL" column takes its figures from the random networks of one island only, and gives no
+// z-score when the user's network itself has several islands.
+struct ColumnComparison {
+  std::string title;
+  Comparison figures;
+  std::size_t used = 0;     // random networks in the mean
+  std::size_t leftOut = 0;  // random networks left out ("CPL" only: those of several islands)
+};
+
+// One entry per title; `random` holds one row of values per random network, in the order
+// of `titles`, like `networkValues`.
+std::vector<ColumnComparison> ShuffleComparison(const std::vector<std::string>& titles,
+                                                const std::vector<double>& networkValues,
+                                                const std::vector<std::vector<double>>& random);
+
+// The words that say how the random networks of a kind are made.
+std::string ShuffleKindWords(ShuffleKind kind);
 
 struct ShuffleResult {
   std::filesystem::path folder;  // <output>/TESSEL_shuffled_nets
   std::filesystem::path page;    // the analysis page; empty when not analysed
   std::vector<std::filesystem::path> files;
-  std::vector<std::string> titles;          // FigureTitles of the columns
-  std::vector<double> networkValues;        // the user's network, for comparison
-  std::vector<std::vector<double>> random;  // one row per random network, in file order
+  std::vector<std::string> titles;           // FigureTitles of the columns
+  std::vector<double> networkValues;         // the user's network, for comparison
+  std::vector<std::vector<double>> random;   // one row per random network, in file order
+  std::vector<ColumnComparison> comparison;  // ShuffleComparison of the above
 };
 
 // Makes and (optionally) analyses the random networks, in parallel. Progress texts:

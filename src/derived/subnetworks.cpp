@@ -147,7 +147,7 @@ std::vector<SigRow> ConnectivitySubnetwork(const Network& network, std::size_t m
 }
 
 ReduceResult RunReduceCommand(const Network& network, const std::filesystem::path& outputDir,
-                              Progress& progress, unsigned threads) {
+                              Progress& progress, unsigned threads, const PageContext& context) {
   ReduceResult result;
   result.folder = outputDir / kReducedFolder;
   result.page = result.folder / kReducedPage;
@@ -177,7 +177,8 @@ ReduceResult RunReduceCommand(const Network& network, const std::filesystem::pat
     result.rows.push_back(std::move(figures[s].values));
   }
   page += "</table></body></html>";
-  WriteFileAtomically(result.page, page);
+  WriteFileAtomically(result.page,
+                      WithPageContext(std::move(page), context, "Sub-networks by connectivity"));
   progress.report(kConnectivitySteps, kConnectivitySteps,
                   "Finished analyzing sub-networks based on connectivity...");
   return result;
@@ -291,7 +292,10 @@ PropagateResult RunPropagateCommand(const Network& network, const PropagateSetti
     source.rows.push_back(std::move(figures[f].values));
     dips += dipsRows[f];
   }
-  dips += "</table></body></html>";
+  dips += "</table>\n";
+  dips += "<p>Figures of every sub-network: <a href=\"" + std::string(kStepsPage) + "\">" +
+          kStepsPage + "</a></p>\n";
+  dips += "</body></html>";
 
   std::string stats = "<html><body><table>";
   for (const PropagatedSource& source : result.sources) {
@@ -301,10 +305,15 @@ PropagateResult RunPropagateCommand(const Network& network, const PropagateSetti
       stats += FigureValueRow(std::to_string(source.depths[r]), result.titles, source.rows[r]);
     }
   }
-  stats += "</table></body></html>";
+  stats += "</table>\n";
+  stats += "<p>Motif participation per molecule: <a href=\"" + std::string(kDipsPage) + "\">" +
+           kDipsPage + "</a></p>\n";
+  stats += "</body></html>";
 
-  WriteFileAtomically(result.statsPage, stats);
-  WriteFileAtomically(result.dipsPage, dips);
+  WriteFileAtomically(result.statsPage, WithPageContext(std::move(stats), settings.context,
+                                                        "Sub-networks from source molecules"));
+  WriteFileAtomically(result.dipsPage, WithPageContext(std::move(dips), settings.context,
+                                                       "Motif participation per molecule"));
   progress.report(figures.size(), figures.size(), "Done analyzing steps sub-networks...");
   return result;
 }

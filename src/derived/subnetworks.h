@@ -10,6 +10,7 @@
 #include "model/molecule_condition.h"
 #include "model/network.h"
 #include "model/readers.h"
+#include "output/page_context.h"
 #include "util/progress.h"
 
 namespace tessel {
@@ -35,7 +36,8 @@ struct ReduceResult {
 // texts "Created %d sub-networks out of 46...", "Analyzed %d sub-networks out of 46..."
 // (k - 4) and finally "Finished analyzing sub-networks based on connectivity...".
 ReduceResult RunReduceCommand(const Network& network, const std::filesystem::path& outputDir,
-                              Progress& progress, unsigned threads = 0);
+                              Progress& progress, unsigned threads = 0,
+                              const PageContext& context = {});
 
 inline constexpr const char* kFromSourcesFolder = "TESSEL_from_sources";
 inline constexpr const char* kStepsPage = "stats_for_steps_networks.htm";
@@ -60,6 +62,7 @@ struct PropagateSettings {
   int maxSteps = 15;
   Direction direction = Direction::Forward;
   unsigned threads = 0;
+  PageContext context{};  // shown on both pages
 };
 
 struct PropagatedSource {
@@ -82,8 +85,8 @@ struct PropagateResult {
 // For each molecule matching the condition, writes "<name>_sub_net_depth<d>.sig" (the name
 // made safe) for d = 1 .. maxSteps wherever the depth reaches beyond the source, analyses
 // every file into stats_for_steps_networks.htm and writes each molecule's motif
-// participation into dips.htm. Progress texts "Created file %s...", "Analyzed the file
-// %s..." and "Done analyzing steps sub-networks...".
+// participation into dips.htm; each of the two pages links to the other. Progress texts "Created
+// file %s...", "Analyzed the file %s..." and "Done analyzing steps sub-networks...".
 PropagateResult RunPropagateCommand(const Network& network, const PropagateSettings& settings,
                                     const std::filesystem::path& outputDir, Progress& progress);
 

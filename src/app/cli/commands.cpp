@@ -1,7 +1,6 @@
 #include "app/cli/commands.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -104,6 +103,7 @@ int RunStats(const CommonOptions& options) {
     j["clustering"] = stats.clustering;
     j["grid"] = stats.grid;
     j["cpl"] = stats.pathLength.value;
+    j["cpl_largest_island"] = stats.pathLength.largestIsland;
     j["islands"] = stats.islands.count;
     j["largest_island"] = stats.islands.largest.size();
     j["types"] = TallyJson(stats.moleculeTypes);
@@ -338,37 +338,40 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
 
 namespace {
 
-Json ComparisonJson(const std::vector<std::string>& titles, const std::vector<double>& network,
-                    const std::vector<std::vector<double>>& random) {
+Json ComparisonJson(const std::vector<ColumnComparison>& comparison) {
   Json columns = Json::object();
-  for (std::size_t c = 0; c < titles.size(); ++c) {
-    std::vector<double> values;
-    values.reserve(random.size());
-    for (const auto& row : random) values.push_back(row.at(c));
-    const Comparison cmp = Compare(network.at(c), values);
-    columns[titles[c]] = {{"network", cmp.value},
-                          {"mean", cmp.mean},
-                          {"sd", cmp.sd},
-                          {"z", cmp.hasZ ? Json(cmp.z) : Json(nullptr)}};
+  for (const ColumnComparison& c : comparison) {
+    const Comparison& f = c.figures;
+    columns[c.title] = {{"network", f.value},
+                        {"mean", c.used > 0 ? Json(f.mean) : Json(nullptr)},
+                        {"sd", c.used > 1 ? Json(f.sd) : Json(nullptr)},
+                        {"z", f.hasZ ? Json(f.z) : Json(nullptr)},
+                        {"used", c.used},
+                        {"left_out", c.leftOut}};
   }
   return columns;
 }
 
-void PrintComparison(const std::vector<std::string>& titles, const std::vector<double>& network,
-                     const std::vector<std::vector<double>>& random) {
+void PrintComparison(const std::vector<ColumnComparison>& comparison) {
   std::cout << std::left << std::setw(16) << "column" << std::right << std::setw(14) << "network"
             << std::setw(14) << "random mean" << std::setw(12) << "random sd" << std::setw(10)
             << "z"
             << "\n";
-  for (std::size_t c = 0; c < titles.size(); ++c) {
-    std::vector<double> values;
-    for (const auto& row : random) values.push_back(row.at(c));
-    const Comparison cmp = Compare(network.at(c), values);
-    std::cout << std::left << std::setw(16) << titles[c] << std::right << std::setw(14)
-              << FormatNumber(cmp.value) << std::setw(14) << FormatNumber(cmp.mean) << std::setw(12)
-              << FormatNumber(cmp.sd) << std::setw(10)
-              << (cmp.hasZ ? FormatNumber(std::round(cmp.z * 100) / 100) : std::string("-"))
-              << "\n";
+  const auto orDash = [](bool shown, double value) {
+    return shown ? FormatNumber(value) : std::string("-");
+  };
+  for (const ColumnComparison& c : comparison) {
+    const Comparison& f = c.figures;
+    std::cout << std::left << std::setw(16) << c.title << std::right << std::setw(14)
+              << FormatNumber(f.value) << std::setw(14) << orDash(c.used > 0, f.mean)
+              << std::setw(12) << orDash(c.used > 1, f.sd) << std::setw(10)
+              << (f.hasZ ? FormatZ(f.z) : std::string("-")) << "\n";
+  }
+  for (const ColumnComparison& c : comparison) {
+    if (c.leftOut == 0) continue;
+    std::cout << c.leftOut << " of " << c.used + c.leftOut
+              << " random networks have several islands and no path length; the " << c.title
+              << " figures use the other " << c.used << ".\n";
   }
 }
 
@@ -397,6 +400,7 @@ int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOption
   }
   settings.analyze = settings.columns.any();
   settings.seed = shuffleOptions.seed ? *shuffleOptions.seed : std::random_device{}();
+  settings.context = ContextOf(options);
   const Network network = Load(options).network;
   if (!options.quiet && !options.json) std::cerr << "tessel: seed " << settings.seed << "\n";
   TerminalProgress progress(!options.quiet);
@@ -410,14 +414,14 @@ int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOption
            {"files", result.files.size()}};
     j["page"] = result.page.empty() ? Json(nullptr) : Json(result.page.string());
     if (!result.page.empty()) {
-      j["columns"] = ComparisonJson(result.titles, result.networkValues, result.random);
+      j["columns"] = ComparisonJson(result.comparison);
     }
     Print(j);
   } else {
     std::cout << "Seed: " << settings.seed << "\nCreated " << result.files.size()
               << " random networks in " << result.folder.string() << "\n";
     if (!result.page.empty()) {
-      PrintComparison(result.titles, result.networkValues, result.random);
+      PrintComparison(result.comparison);
       std::cout << "Done analyzing shuffled networks: " << result.page.string() << "\n";
     } else {
       std::cout << "Done creating shuffled networks\n";
@@ -429,7 +433,8 @@ int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOption
 int RunReduce(const CommonOptions& options, unsigned threads) {
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
-  const ReduceResult result = RunReduceCommand(network, options.output, progress, threads);
+  const ReduceResult result =
+      RunReduceCommand(network, options.output, progress, threads, ContextOf(options));
   progress.finish();
   if (options.json) {
     Json rows = Json::array();
@@ -455,6 +460,7 @@ int RunPropagate(const CommonOptions& options, const PropagateOptions& propagate
   settings.maxSteps = propagateOptions.steps;
   settings.direction = ParseDirection(propagateOptions.direction);
   settings.threads = propagateOptions.threads;
+  settings.context = ContextOf(options);
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
   const PropagateResult result = RunPropagateCommand(network, settings, options.output, progress);
@@ -476,7 +482,8 @@ int RunPropagate(const CommonOptions& options, const PropagateOptions& propagate
   } else {
     std::cout << "Sources: " << result.sources.size() << "\nCreated " << result.files.size()
               << " sub-networks in " << result.folder.string()
-              << "\nDone analyzing steps sub-networks: " << result.statsPage.string() << "\n";
+              << "\nDone analyzing steps sub-networks: " << result.statsPage.string()
+              << "\nMotif participation per molecule: " << result.dipsPage.string() << "\n";
   }
   return 0;
 }
