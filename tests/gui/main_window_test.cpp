@@ -3,6 +3,7 @@
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSettings>
 #include <QSpinBox>
@@ -237,6 +238,19 @@ class MainWindowTest : public QObject {
     f.click("Easy Interface");
     QVERIFY(easyDirectOnly);
     QVERIFY(!f.window.busy());
+
+    // A typed seed reaches the run; the comparison with the random networks is shown.
+    f.prompts.onDialog = [](QDialog& d) {
+      auto& shuffle = dynamic_cast<ShuffledNetworksDialog&>(d);
+      shuffle.count()->setValue(4);
+      shuffle.seedField()->setText("3");
+      return true;
+    };
+    f.run("Generate and analyze shuffled networks");
+    QCOMPARE(f.window.statusText(), QString("Done analyzing shuffled networks (seed 3)"));
+    QCOMPARE(f.last().title, QString("Your network against 4 random networks"));
+    QVERIFY(f.last().text.contains("<th>z-score</th>") && f.last().text.contains("<td>CC</td>"));
+    QVERIFY(ReadText(f.prompts.pages.last().toLocalFile()).contains("seed 3"));
   }
 
   void cancelAndCloseStopARunningCommand() {

@@ -36,6 +36,7 @@
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
 #include "util/files.h"
+#include "util/text.h"
 
 // The help pages are compiled into the library; a static library needs its resources
 // registered by hand, outside any namespace.
@@ -95,6 +96,29 @@ LoadedNetwork ReadNetwork(const QString& file, const ReadOptions& options, const
                  .arg(QDir(output).filePath(Q(std::string(kColorTableFileName))));
   }
   return {std::move(network), std::move(colors), std::move(notes), warnings.total()};
+}
+
+// The user network's figures beside the random networks' mean, standard deviation and
+// z-score, as a small rich-text table for a message box.
+QString ComparisonTable(const std::vector<ColumnComparison>& comparison) {
+  const auto cell = [](const QString& text) { return "<td align=\"right\">" + text + "</td>"; };
+  QString html = QObject::tr(
+      "<table cellspacing=\"0\" cellpadding=\"3\"><tr><th align=\"left\">Figure</th>"
+      "<th>Your network</th><th>Random mean</th><th>SD</th><th>z-score</th></tr>");
+  QString notes;
+  for (const ColumnComparison& c : comparison) {
+    const Comparison& f = c.figures;
+    html += "<tr><td>" + Q(c.title).toHtmlEscaped() + "</td>" + cell(Q(FormatNumber(f.value))) +
+            cell(c.used > 0 ? Q(FormatNumber(f.mean)) : "-") +
+            cell(c.used > 1 ? Q(FormatNumber(f.sd)) : "-") +
+            cell(f.hasZ ? "<b>" + Q(FormatZ(f.z)) + "</b>" : "-") + "</tr>";
+    if (c.leftOut > 0) {
+      notes += QObject::tr("<p>%1: %2 random networks of several islands left out.</p>")
+                   .arg(Q(c.title).toHtmlEscaped())
+                   .arg(c.leftOut);
+    }
+  }
+  return html + "</table>" + notes;
 }
 
 std::uint64_t NewSeed() {
@@ -870,11 +894,13 @@ void MainWindow::runPathways(const PathwayQuery& query) {
 void MainWindow::reduceByConnectivity() {
   auto network = network_;
   const QString output = outputFolder();
+  const PageContext context =
+      pageContext(tr("Generate and analyze sub-networks based on connectivity"));
   Launch launch;
   launch.status = tr("Creating sub-networks based on connectivity...");
   launch.lowPriority = true;
   startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
-    const ReduceResult result = RunReduceCommand(*network, Path(output), progress);
+    const ReduceResult result = RunReduceCommand(*network, Path(output), progress, 0, context);
     return [this, page = Q(result.page)] {
       setStatus(tr("Done analyzing sub-networks based on connectivity..."));
       openPage(page);
@@ -885,7 +911,12 @@ void MainWindow::reduceByConnectivity() {
 void MainWindow::propagateFromSources() {
   SourceNodesDialog dialog(*network_, this);
   if (!prompts_.runDialog(dialog)) return;
-  const PropagateSettings settings = dialog.settings();
+  PropagateSettings settings = dialog.settings();
+  settings.context = pageContext(
+      tr("Generate and analyze sub-networks propagating from source nodes: %1, %2 steps")
+          .arg(Q(std::string(ConditionKindName(settings.condition.kind)) + "=" +
+                 settings.condition.value))
+          .arg(settings.maxSteps));
   auto network = network_;
   const QString output = outputFolder();
   Launch launch;
@@ -905,6 +936,11 @@ void MainWindow::shuffledNetworks() {
   if (!prompts_.runDialog(dialog)) return;
   ShuffleSettings settings = dialog.settings();
   settings.seed = dialog.seed().value_or(NewSeed());
+  settings.context =
+      pageContext(tr("Generate and analyze shuffled networks: %1, %2 networks, seed %3")
+                      .arg(Q(ShuffleKindWords(settings.kind)))
+                      .arg(settings.count)
+                      .arg(settings.seed));
   auto network = network_;
   const QString output = outputFolder();
   Launch launch;
@@ -918,9 +954,12 @@ void MainWindow::shuffledNetworks() {
         if (result.page.empty()) {
           return [this, seed] { setStatus(tr("Done creating shuffled networks") + seed); };
         }
-        return [this, seed, page = Q(result.page)] {
+        return [this, seed, result] {
           setStatus(tr("Done analyzing shuffled networks") + seed);
-          openPage(page);
+          prompts_.message(this, UserPrompts::Icon::Information,
+                           tr("Your network against %1 random networks").arg(result.files.size()),
+                           ComparisonTable(result.comparison));
+          openPage(Q(result.page));
         };
       });
 }
