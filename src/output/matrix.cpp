@@ -252,6 +252,10 @@ std::string InteractionsMatrixPage(const Network& network, std::string_view pngN
             std::to_string(font) + "\">\n<image href=\"" + image + "\" x=\"" +
             std::to_string(margin) + "\" y=\"" + std::to_string(margin) + "\" width=\"" +
             std::to_string(size) + "\" height=\"" + std::to_string(size) + "\"/>\n";
+    // A frame, so that the white cells at the edges still show where the matrix ends.
+    page += "<rect x=\"" + std::to_string(margin) + "\" y=\"" + std::to_string(margin) +
+            "\" width=\"" + std::to_string(size) + "\" height=\"" + std::to_string(size) +
+            "\" fill=\"none\" stroke=\"#999\"/>\n";
     for (std::size_t p = 0; p < order.size(); ++p) {
       const auto [first, last] = layout.band(p);
       const std::string middle = FormatNumber(margin + (first + last) / 2.0);
