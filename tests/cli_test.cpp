@@ -144,7 +144,10 @@ TEST(Cli, TwoColumnFilesAndAwkwardNamesLoad) {
   EXPECT_EQ(j["islands"], 2);
   r = RunTessel(dir, {"validate", "-q", "-o", (dir / "o").string(), pairs});
   ASSERT_EQ(r.exitCode, 0) << r.err;
-  const std::string page = test::ReadFile(dir / "o" / "validation.htm");
+  // The report itself, after the context line that names the network file in bold.
+  std::string page = test::ReadFile(dir / "o" / "validation.htm");
+  ASSERT_NE(page.find("<title>Validation - pairs.txt</title>"), std::string::npos) << page;
+  page = page.substr(page.find("</p>"));
   EXPECT_EQ(page.find("<b>"), std::string::npos);
   EXPECT_NE(page.find("&lt;b&gt;"), std::string::npos);
 }
@@ -189,6 +192,9 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   r = RunTessel(dir, {"matrix", "-q", "--size", "64", "-o", out, lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
   EXPECT_EQ(test::ReadFile(fs::path(out) / "interactions_matrix.png").substr(1, 3), "PNG");
+  // 30 molecules in 64 pixels: too small for names, so the page lists the axis order.
+  EXPECT_NE(test::ReadFile(fs::path(out) / "interactions_matrix.htm").find("<ol>"),
+            std::string::npos);
 }
 
 TEST(CliDerivedCommands, WebsiteOfflineAndGeneList) {
@@ -203,6 +209,9 @@ TEST(CliDerivedCommands, WebsiteOfflineAndGeneList) {
   for (const char* page : {"index.htm", "list.htm", "stats.htm", "ERK1_2F2.htm", "network.svg"}) {
     EXPECT_TRUE(fs::exists(dir / "site" / "TESSEL_website" / page)) << page;
   }
+  EXPECT_NE(test::ReadFile(dir / "site" / "TESSEL_website" / "list.htm")
+                .find("<title>Index of molecules - signor_lbc.sig</title>"),
+            std::string::npos);
 
   test::WriteFile(dir / "genes.txt", "kras esr1\nMDM2 nothere\n");
   r = RunTessel(

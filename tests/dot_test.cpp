@@ -1,11 +1,18 @@
-// DOT text: quoting, long text in pieces, and the whole-network drawing text.
+// DOT text: quoting, long text in pieces, the whole-network drawing text and the legend.
 #include <gtest/gtest.h>
 
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "model/color_table.h"
+#include "model/readers.h"
 #include "output/dot.h"
+#include "output/render.h"
 #include "test_support.h"
 
 namespace tessel {
@@ -59,6 +66,46 @@ TEST(Dot, NetworkDrawingOptionsAndTheEmptyNetwork) {
   EXPECT_EQ(dot.find("URL="), std::string::npos) << dot;
   EXPECT_EQ(NetworkDot(Network(), ColorShapeTable::Defaults()),
             "digraph G {size=\"37.5,50\";concentrate=false;\n {  } \n}");
+}
+
+// The legend as drawn: arrows first, then the network's types in table order (a molecule
+// named in the table counts; types the table lacks follow with the default look), then the
+// rest of the table; a repeated word once, as its first entry.
+TEST(Dot, LegendShowsArrowsThenTheNetworksTypesTopDown) {
+  const Network network = ReadSigText(
+      "EGF NA NA Ligand Out EGFR NA NA Receptor Membrane + b 1\n"
+      "RAF NA NA Kinase Cytosol ZZZ NA NA Zeta Cytosol _ b 2\n"
+      "RAF NA NA Kinase Cytosol AAA NA NA Alpha Cytosol 0 b 3\n",
+      "legend.sig");
+  const ColorShapeTable colors = ColorShapeTable::Parse(
+      "TF pink2 ellipse\nKinase turquoise box\nReceptor limegreen ellipse\nLigand red ellipse\n"
+      "Kinase gold box\nEGF yellow1 box\ndefault khaki1 diamond");
+  std::string entries;
+  for (const LegendEntry& e : colors.legend(network)) {
+    entries += e.type + " " + e.color + " " + e.shape + (e.inNetwork ? "\n" : " -\n");
+  }
+  EXPECT_EQ(entries,
+            "Kinase turquoise box\nReceptor limegreen ellipse\nLigand red ellipse\n"
+            "EGF yellow1 box\nAlpha khaki1 diamond\nZeta khaki1 diamond\nTF pink2 ellipse -\n"
+            "default khaki1 diamond -\n");
+
+  const std::string dot = LegendDot(colors, network);
+  for (const char* effect : {"+", "_", "0"}) {
+    EXPECT_NE(dot.find(std::string(EffectAttributes(effect)) + ";"), std::string::npos) << effect;
+  }
+  pugi::xml_document svg;
+  ASSERT_TRUE(svg.load_string(RenderSvg(dot).c_str()));
+  std::vector<std::pair<double, std::string>> texts;
+  for (const auto& text : svg.select_nodes("//g[@class='node']/text")) {
+    texts.emplace_back(std::atof(text.node().attribute("y").value()), text.node().text().get());
+  }
+  std::sort(texts.begin(), texts.end());
+  std::string column;
+  for (const auto& [y, text] : texts) column += text + "|";
+  EXPECT_EQ(column,
+            "Interactions|activation \"+\"|inhibition \"_\"|binding \"0\"|"
+            "Molecule types in this network|Kinase|Receptor|Ligand|EGF|Alpha|Zeta|"
+            "Other entries of the colours table|TF|default|");
 }
 
 }  // namespace

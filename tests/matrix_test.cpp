@@ -1,5 +1,5 @@
-// The interactions matrix: order by links, cells by hand, bands and aggregation, and the
-// PNG file decoded again with libpng.
+// The interactions matrix: order by links, cells by hand, bands and aggregation, the PNG
+// file decoded again with libpng, the pixel-to-cell mapping and the page with the names.
 #include <gtest/gtest.h>
 #include <png.h>
 
@@ -79,6 +79,58 @@ TEST(Matrix, PngFileDecodesToTheDrawnImage) {
   std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(png));
   ASSERT_TRUE(png_image_finish_read(&png, nullptr, pixels.data(), 0, nullptr)) << png.message;
   EXPECT_TRUE(pixels == DrawInteractionsMatrix(net, 37).pixels);
+}
+
+TEST(Matrix, PixelsMapToTheCellsTheImageShows) {
+  // Uneven bands (4 molecules in 10 pixels): every pixel's cell agrees with its colour.
+  const Network net = NetworkFromEdges("hub a +\nhub b _\nc hub 0\na b +\nb a -\n");
+  const std::vector<std::string> image = Cells("hub a +\nhub b _\nc hub 0\na b +\nb a -\n", 10);
+  const MatrixLayout layout(net, 10);
+  for (int y = 0; y < 10; ++y) {
+    for (int x = 0; x < 10; ++x) {
+      const MatrixCell cell = layout.cellAt(x, y);
+      const char expected =
+          cell.row == cell.column ? 'R' : (cell.forward || cell.backward ? 'K' : 'W');
+      ASSERT_EQ(image[y][x], expected) << x << "," << y;
+    }
+  }
+  const auto at = [&](int x, int y) { return layout.describe(layout.cellAt(x, y)); };
+  EXPECT_EQ(at(9, 0), "c -> hub (0)");  // order: hub, a, b, c
+  EXPECT_EQ(at(0, 9), "c -> hub (0)");
+  EXPECT_EQ(at(9, 3), "a / c: no interaction");
+  EXPECT_EQ(at(5, 3), "a -> b (+), b -> a (-)");
+  EXPECT_EQ(at(10, 0), "");
+  EXPECT_EQ(layout.cellAt(0, -1).row, 0u);
+
+  // More molecules than pixels: a pixel shows the first molecule of its band.
+  const Network six = NetworkFromEdges("A F +\nB E _\nC D 0\n");
+  const MatrixLayout small(six, 3);
+  std::string rows;
+  for (int y = 0; y < 3; ++y) rows += six.nameOf(small.cellAt(0, y).row);
+  EXPECT_EQ(rows, "ACE");
+}
+
+TEST(Matrix, PageNamesTheAxesWhenCellsAreWideEnough) {
+  const Network net = NetworkFromEdges("A B +\nA <C&> _\n");
+  EXPECT_TRUE(MatrixLayout(net, 24).labelsFit());  // 8 pixels a cell
+  EXPECT_FALSE(MatrixLayout(net, 23).labelsFit());
+  EXPECT_FALSE(MatrixLayout(Network{}, 510).labelsFit());
+
+  const std::string labelled = InteractionsMatrixPage(net, "my matrix.png", 24);
+  EXPECT_NE(labelled.find("<image href=\"my%20matrix.png\""), std::string::npos) << labelled;
+  // Each name twice (rows, columns), escaped, with its tooltip.
+  const std::string label = ">&lt;C&amp;&gt;<title>&lt;C&amp;&gt;</title></text>";
+  const std::size_t first = labelled.find(label);
+  ASSERT_NE(first, std::string::npos) << labelled;
+  EXPECT_NE(labelled.find(label, first + 1), std::string::npos);
+  EXPECT_EQ(labelled.find("<ol>"), std::string::npos);
+
+  const std::string listed = InteractionsMatrixPage(net, "m.png", 23);
+  EXPECT_NE(listed.find("<img src=\"m.png\""), std::string::npos);
+  EXPECT_NE(listed.find("<ol>\n<li>A</li>\n<li>&lt;C&amp;&gt;</li>\n<li>B</li>\n</ol>"),
+            std::string::npos)
+      << listed;
+  EXPECT_EQ(listed.find("<text"), std::string::npos);
 }
 
 }  // namespace

@@ -104,6 +104,27 @@ TEST(SvgNavigation, WellFormedWithTheDrawingInThePathwayGroupAndTheBarLast) {
   }
 }
 
+// Links in an embedded drawing open as whole pages; a target the DOT text names is kept.
+TEST(Render, EveryLinkOfTheSvgOpensAsAWholePage) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"digraph G { \"A\" [URL=\"A.htm\"]; \"A\" -> \"B\" [URL=\"e.htm\"]; }", "_top"},
+      {"digraph G { URL=\"g.htm\"; \"A\" [URL=\"A.htm\", target=\"x\"]; \"B\" [URL=\"B.htm\"]; "
+       "\"A\" -> \"B\" [URL=\"e.htm\"]; }",
+       "x"},
+  };
+  for (const auto& [dot, ownTarget] : cases) {
+    pugi::xml_document doc;
+    ASSERT_TRUE(doc.load_string(RenderSvg(dot).c_str())) << dot;
+    const auto links = doc.select_nodes("//a[@xlink:href]");
+    ASSERT_GE(links.size(), 2u) << dot;
+    for (const auto& link : links) {
+      const std::string href = link.node().attribute("xlink:href").value();
+      EXPECT_STREQ(link.node().attribute("target").value(), href == "A.htm" ? ownTarget : "_top")
+          << dot << " " << href;
+    }
+  }
+}
+
 TEST(SvgNavigation, RewritesOnlyARecognisedDrawingWithoutTheBar) {
   // Older Graphviz versions wrote the start tag on one line and "</g></svg>" together.
   const std::string old =

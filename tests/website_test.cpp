@@ -1,5 +1,6 @@
 // The web site: golden pages of a small network with cached PubMed records, compartment
-// rules, plain and navigable drawings, hostile names, balanced markup and offline runs.
+// rules, plain and navigable drawings whose links open whole pages, hostile names, balanced
+// markup and offline runs.
 #include <gtest/gtest.h>
 
 #include <pugixml.hpp>
@@ -91,6 +92,12 @@ void ExpectSoundSite(const std::map<std::string, std::string>& files) {
   for (const auto& [name, text] : files) {
     EXPECT_EQ(name.find_first_of("/<>&\"'\\"), std::string::npos) << name;
     EXPECT_TRUE(!name.ends_with(".svg") || pugi::xml_document().load_string(text.c_str())) << name;
+    // Links in the embedded drawings open as whole pages.
+    for (std::size_t at = text.find("<a xlink:href="); at != std::string::npos;
+         at = text.find("<a xlink:href=", at + 1)) {
+      const std::string tag = text.substr(at, text.find('>', at) - at);
+      EXPECT_NE(tag.find(" target=\"_top\""), std::string::npos) << name << ": " << tag;
+    }
     if (!name.ends_with(".htm") && !name.ends_with(".html")) continue;
     EXPECT_EQ(MarkupProblem(text), "") << name;
     for (std::size_t at = text.find("HREF=\""); at != std::string::npos;
@@ -101,8 +108,8 @@ void ExpectSoundSite(const std::map<std::string, std::string>& files) {
   }
 }
 
-// One run over the small network: golden pages, a sound site, compartments and the
-// overview's counts.
+// One run over the small network: golden pages with their context, a sound site,
+// compartments and the overview's counts.
 TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
   test::ScratchDir dir;
   fs::create_directories(dir / "cache");
@@ -113,8 +120,14 @@ TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
   }
   NullProgress quiet;
   const Network network = ReadSigText(kSmallSig, "small.sig");
-  const WebsiteResult result = RunWebsiteCommand(network, ColorShapeTable::Defaults(),
-                                                 Settings(dir / "cache"), dir.path(), quiet);
+  WebsiteSettings settings = Settings(dir / "cache");
+  settings.context = {.network = "small.sig",
+                      .command = "tessel website --offline small.sig",
+                      .date = "2026-11-23 19:40",
+                      .version = "1.0",
+                      .startPage = ""};
+  const WebsiteResult result =
+      RunWebsiteCommand(network, ColorShapeTable::Defaults(), settings, dir.path(), quiet);
   auto files = Files(result.folder);
   EXPECT_EQ(result.index, result.folder / "index.htm");
   EXPECT_EQ(result.moleculePages, 7u);
@@ -125,6 +138,11 @@ TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
     EXPECT_EQ(files[page], ReadFile(test::GoldenDir() / (std::string("website_") + page))) << page;
   }
   ExpectSoundSite(files);
+  // Every page says where it comes from; all but the start page link to it.
+  for (const char* page : {"EGF.htm", "ligands.htm", "colors_and_shapes.htm", "stats.htm"}) {
+    EXPECT_NE(files[page].find("small.sig</title>"), std::string::npos) << page;
+    EXPECT_NE(files[page].find("<a href=\"index.htm\">Start page</a>"), std::string::npos) << page;
+  }
   EXPECT_EQ(files["EGF.htm"].find("Accession"), std::string::npos);  // "P0113" is too short
   EXPECT_NE(files["JUN.htm"].find("uniprotkb/A0A0B4J2F0\">A0A0B4J2F0</A></CENTER>"),
             std::string::npos);

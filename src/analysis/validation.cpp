@@ -318,11 +318,13 @@ std::string ValidationPage(const Network& network, ValidationSummary* summary) {
 
 std::filesystem::path WriteValidationReport(const Network& network,
                                             const std::filesystem::path& folder,
-                                            ValidationSummary* summary) {
+                                            ValidationSummary* summary,
+                                            const PageContext& context) {
   // An empty folder would silently mean the current directory.
   if (folder.empty()) throw OutputError("validation report: no output folder given");
   const std::filesystem::path path = folder / kValidationPageName;
-  WriteFileAtomically(path, ValidationPage(network, summary));
+  WriteFileAtomically(path,
+                      WithPageContext(ValidationPage(network, summary), context, "Validation"));
   return path;
 }
 

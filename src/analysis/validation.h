@@ -7,6 +7,7 @@
 #include <string>
 
 #include "model/network.h"
+#include "output/page_context.h"
 #include "util/progress.h"
 
 namespace tessel {
@@ -26,9 +27,11 @@ struct ValidationSummary {
 // The HTML text of "validation.htm".
 std::string ValidationPage(const Network& network, ValidationSummary* summary = nullptr);
 
-// Writes "validation.htm" into `folder`; returns the page's path.
+// Writes "validation.htm" into `folder`, with the run's context when one is given; returns
+// the page's path.
 std::filesystem::path WriteValidationReport(const Network& network,
                                             const std::filesystem::path& folder,
-                                            ValidationSummary* summary = nullptr);
+                                            ValidationSummary* summary = nullptr,
+                                            const PageContext& context = {});
 
 }  // namespace tessel

@@ -1,5 +1,7 @@
 #include "model/color_table.h"
 
+#include <algorithm>
+#include <set>
 #include <system_error>
 
 #include "util/error.h"
@@ -123,6 +125,36 @@ std::string_view ColorShapeTable::shapeOf(const Network& network,
                                           std::string_view moleculeName) const {
   const ColorShapeEntry* e = lookup(network, moleculeName);
   return e ? std::string_view(e->shape) : std::string_view("box");
+}
+
+std::vector<LegendEntry> ColorShapeTable::legend(const Network& network) const {
+  std::set<std::string_view> used;  // the network's types and the names the table gives
+  for (const Molecule& m : network.molecules()) used.insert(m.moleculeType);
+
+  std::vector<LegendEntry> inNetwork;
+  std::vector<LegendEntry> others;
+  std::set<std::string_view> shown;
+  for (const ColorShapeEntry& e : entries_) {
+    if (!shown.insert(e.type).second) continue;
+    const bool uses = used.contains(e.type) || network.findId(e.type) != 0;
+    (uses ? inNetwork : others).push_back({e.type, e.color, e.shape, uses});
+  }
+  // Types the table does not name, drawn through "default" (or the built-in look).
+  const ColorShapeEntry* fallback = nullptr;
+  for (const ColorShapeEntry& e : entries_) {
+    if (e.type == "default") {
+      fallback = &e;
+      break;
+    }
+  }
+  for (const std::string_view type : used) {  // sorted by name
+    if (shown.contains(type)) continue;
+    inNetwork.push_back({std::string(type), fallback ? fallback->color : "lightblue3",
+                         fallback ? fallback->shape : "box", true});
+  }
+  inNetwork.insert(inNetwork.end(), std::make_move_iterator(others.begin()),
+                   std::make_move_iterator(others.end()));
+  return inNetwork;
 }
 
 }  // namespace tessel

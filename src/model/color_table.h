@@ -19,6 +19,15 @@ struct ColorShapeEntry {
   std::string shape;
 };
 
+// One line of the colours legend: a word of the table (or a type the network uses that the
+// table lacks) and how the drawings show it.
+struct LegendEntry {
+  std::string type;
+  std::string color;
+  std::string shape;
+  bool inNetwork = false;  // a molecule type (or molecule name) of the network
+};
+
 class ColorShapeTable {
  public:
   // The built-in table written when the file is missing or empty.
@@ -46,6 +55,12 @@ class ColorShapeTable {
   // neither exists.
   std::string_view colorOf(const Network& network, std::string_view moleculeName) const;
   std::string_view shapeOf(const Network& network, std::string_view moleculeName) const;
+
+  // The legend, top-down: first what the network uses, in table order (a type the table
+  // lacks follows, by name, with the look the drawings give it); then the rest of the table
+  // in its order. A word that repeats in the table is shown once, as the drawings use it:
+  // with its first entry.
+  std::vector<LegendEntry> legend(const Network& network) const;
 
  private:
   const ColorShapeEntry* lookup(const Network& network, std::string_view moleculeName) const;

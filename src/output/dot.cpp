@@ -1,6 +1,8 @@
 #include "output/dot.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <vector>
 
 #include "util/safe_name.h"
 #include "util/text.h"
@@ -94,6 +96,53 @@ std::string EdgeStatement(std::string_view source, std::string_view target,
   out += EffectAttributes(effect);
   out += ';';
   return out;
+}
+
+std::string LegendDot(const ColorShapeTable& colors, const Network& network) {
+  std::string dot = "digraph G {rankdir=LR;\nsize=\"7.5,20\";\n";
+  // Every node gets a made-up name and shows its text as a label, so that no type can clash
+  // with a heading or an arrow's end.
+  std::vector<std::string> column;  // the nodes of the column, top-down
+  const auto add = [&](std::string attributes) {
+    std::string name = DotQuote("legend " + std::to_string(column.size() + 1));
+    dot += name + " [" + attributes + "];\n";
+    column.push_back(std::move(name));
+    return column.back();
+  };
+  const auto heading = [&](std::string_view text) {
+    add("shape=\"plaintext\", fontsize=\"16\", label=" + DotQuote(text));
+  };
+
+  heading("Interactions");
+  constexpr std::string_view kArrows[][2] = {
+      {"+", "activation \"+\""}, {"_", "inhibition \"_\""}, {"0", "binding \"0\""}};
+  for (const auto& [effect, label] : kArrows) {
+    const std::string tail = add("shape=\"plaintext\", label=" + DotQuote(label));
+    const std::string head = DotQuote("arrow " + std::string(effect));
+    dot += head + " [shape=\"point\", style=\"invis\", width=\"0.01\"];\n";
+    dot += tail + " -> " + head;
+    dot += EffectAttributes(effect);
+    dot += ";\n";
+  }
+
+  const std::vector<LegendEntry> entries = colors.legend(network);
+  const auto firstOther = std::find_if(entries.begin(), entries.end(),
+                                       [](const LegendEntry& e) { return !e.inNetwork; });
+  for (auto it = entries.begin(); it != entries.end(); ++it) {
+    if (it == entries.begin() && it->inNetwork) heading("Molecule types in this network");
+    if (it == firstOther) heading("Other entries of the colours table");
+    add("style=\"filled\", label=" + DotQuote(it->type) + ", shape=" + DotQuote(it->shape) +
+        ", color=" + DotQuote(it->color));
+  }
+
+  // Nodes of one rank joined by invisible edges stand in the edges' order: top-down.
+  dot += "{rank=same; ";
+  for (std::size_t k = 0; k < column.size(); ++k) {
+    if (k > 0) dot += " -> ";
+    dot += column[k];
+  }
+  dot += " [style=\"invis\"];}\n}";
+  return dot;
 }
 
 std::string NetworkDot(const Network& network, const ColorShapeTable& colors,

@@ -32,6 +32,11 @@ std::string NodeStatement(std::string_view name, std::string_view url, std::stri
 std::string EdgeStatement(std::string_view source, std::string_view target,
                           std::string_view effect);
 
+// The colours legend: the three kinds of interaction drawn with the drawings' own arrows,
+// labelled activation "+", inhibition "_" and binding "0", then the molecule types as
+// ColorShapeTable::legend orders them, top-down in one column.
+std::string LegendDot(const ColorShapeTable& colors, const Network& network);
+
 struct NetworkDrawingOptions {
   std::string size = "37.5,50";  // the size attribute's value
   bool concentrate = false;

@@ -107,6 +107,35 @@ class GraphHandle {
   Agraph_t* graph_;
 };
 
+// The drawings are shown embedded in pages; a link followed inside the embedded drawing
+// would open its page inside that small frame. Every link of the graph, its nodes and its
+// edges (edge labels, heads and tails inherit the edge's target) opens in the whole window
+// instead, unless the DOT text names a target of its own. The DOT text stays as written.
+void OpenLinksAsWholePages(Agraph_t* graph) {
+  static char kTarget[] = "target";
+  static char kTop[] = "_top";
+  const char* own = agget(graph, kTarget);
+  if (own == nullptr || own[0] == '\0') agattr(graph, AGRAPH, kTarget, kTop);
+  // Not declared: every node (edge) gets "_top" as its value. Declared by the DOT text:
+  // only the objects it left without a target get one.
+  if (Agsym_t* nodes = agattr(graph, AGNODE, kTarget, nullptr); nodes == nullptr) {
+    agattr(graph, AGNODE, kTarget, kTop);
+  } else {
+    for (Agnode_t* n = agfstnode(graph); n != nullptr; n = agnxtnode(graph, n)) {
+      if (agxget(n, nodes)[0] == '\0') agxset(n, nodes, kTop);
+    }
+  }
+  if (Agsym_t* edges = agattr(graph, AGEDGE, kTarget, nullptr); edges == nullptr) {
+    agattr(graph, AGEDGE, kTarget, kTop);
+  } else {
+    for (Agnode_t* n = agfstnode(graph); n != nullptr; n = agnxtnode(graph, n)) {
+      for (Agedge_t* e = agfstout(graph, n); e != nullptr; e = agnxtout(graph, e)) {
+        if (agxget(e, edges)[0] == '\0') agxset(e, edges, kTop);
+      }
+    }
+  }
+}
+
 // Lays `dot` out with the dot engine and renders it in `format`.
 std::string Render(std::string_view dot, const char* format) {
   Graphviz& graphviz = Graphviz::instance();
@@ -118,6 +147,7 @@ std::string Render(std::string_view dot, const char* format) {
   Agraph_t* parsed = agmemread(text.c_str());
   if (parsed == nullptr) Fail("Graphviz could not read the DOT text", "it holds no graph");
   GraphHandle graph(context, parsed);
+  OpenLinksAsWholePages(graph.get());
 
   if (gvLayout(context, graph.get(), "dot") != 0) {
     Fail("Graphviz could not lay out the drawing", "no reason given");

@@ -155,6 +155,12 @@ struct Site {
   std::vector<double> clustering;
   std::vector<double> grid;
   std::vector<double> pathLength;  // all 0 when the network is not one island
+  PageContext context;             // the run's context, linking to index.htm
+
+  // A page of the site with its title and context line.
+  std::string framed(std::string page, std::string_view title) const {
+    return WithPageContext(std::move(page), context, title);
+  }
 
   std::string pageOf(MoleculeId id) const { return stems[id - 1] + ".htm"; }
 
@@ -239,7 +245,8 @@ void WriteLocationPages(const Site& site) {
   }
   for (std::size_t c = 0; c < kCompartmentCount; ++c) {
     pages[c] += "</table></body></html>\n";
-    WriteFileAtomically(site.folder / kCompartments[c].page, pages[c]);
+    WriteFileAtomically(site.folder / kCompartments[c].page,
+                        site.framed(std::move(pages[c]), kCompartments[c].label));
   }
 
   const std::string dot = OverviewDot(counts);
@@ -289,22 +296,6 @@ constexpr std::string_view kIndexPage =
 constexpr std::string_view kLegendPage =
     "<HTML><BODY><CENTER><EMBED SRC=\"colors_and_shapes.svg\" width=\"742\" height=\"2000\" "
     "type=\"image/svg+xml\" /></CENTER></BODY></HTML>";
-
-// One node per table entry, named after its first word and drawn as it says. The graph ends
-// with a bare "}": Graphviz refuses a ";" after the closing brace.
-std::string LegendDot(const ColorShapeTable& colors) {
-  std::string dot = "digraph G {rankdir=LR;\nsize=\"7.5,20\";\n";
-  for (const ColorShapeEntry& entry : colors.entries()) {
-    dot += DotQuote(entry.type);
-    dot += " [style=\"filled\",  shape=";
-    dot += DotQuote(entry.shape);
-    dot += ", color=";
-    dot += DotQuote(entry.color);
-    dot += "];\n";
-  }
-  dot += '}';
-  return dot;
-}
 
 // ---------------------------------------------------------------------------------------
 // One molecule: its neighbourhood drawing and its page.
@@ -474,13 +465,17 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
   result.folder = outputDir / kWebsiteFolder;
   CreateFolder(result.folder);
 
+  // Every page but the start page links to it.
+  const PageContext siteContext =
+      settings.context.empty() ? PageContext{} : settings.context.linkingTo("index.htm");
+
   // The statistics come first: the pages show their per-molecule values.
   const std::size_t moleculeCount = network.moleculeCount();
   progress.report(0, moleculeCount, kStatisticsStatus);
   Statistics stats;
   {
     NamedProgress statsProgress(progress, std::string(kStatisticsStatus));
-    WriteStatisticsPage(network, result.folder, statsProgress, &stats);
+    WriteStatisticsPage(network, result.folder, statsProgress, &stats, siteContext);
   }
   ThrowIfCancelled(progress);
 
@@ -498,7 +493,7 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
       std::count_if(ids.begin(), ids.end(), [&](PubmedId id) { return pubmed.find(id); }));
   result.warnings = pubmed.stats().errors;
 
-  Site site{network, colors, settings, pubmed, result.folder, {}, {}, {}, {}, {}};
+  Site site{network, colors, settings, pubmed, result.folder, {}, {}, {}, {}, {}, siteContext};
   site.stems.reserve(moleculeCount);
   site.escaped.reserve(moleculeCount);
   for (const Molecule& m : network.molecules()) {
@@ -512,7 +507,8 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
   site.grid.resize(moleculeCount, 0.0);
   site.pathLength.resize(moleculeCount, 0.0);
 
-  WriteFileAtomically(result.folder / "list.htm", MoleculeList(site));
+  WriteFileAtomically(result.folder / "list.htm",
+                      site.framed(MoleculeList(site), "Index of molecules"));
   WriteLocationPages(site);
 
   const auto order = network.displayOrder();
@@ -522,7 +518,8 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
     const MoleculeId id = order[k];
     const std::vector<std::uint32_t> interactions = InteractionsOf(network, id);
     WriteMoleculeDrawing(site, id, interactions);
-    WriteFileAtomically(site.folder / site.pageOf(id), MoleculePage(site, id, interactions));
+    WriteFileAtomically(site.folder / site.pageOf(id),
+                        site.framed(MoleculePage(site, id, interactions), network.nameOf(id)));
   });
   result.moleculePages = order.size();
 
@@ -531,12 +528,15 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
     links += "<A HREF=\"" + site.stems[id - 1] + ".svg\">" + site.escaped[id - 1] + "</A><BR>\n";
   }
   links += "</BODY></HTML>\n";
-  WriteFileAtomically(result.folder / "network.html", links);
+  WriteFileAtomically(result.folder / "network.html", site.framed(links, "Molecule drawings"));
 
-  WriteFileAtomically(result.folder / "colors_and_shapes.svg", RenderSvg(LegendDot(colors)));
-  WriteFileAtomically(result.folder / "colors_and_shapes.htm", kLegendPage);
+  WriteFileAtomically(result.folder / "colors_and_shapes.svg",
+                      RenderSvg(LegendDot(colors, network)));
+  WriteFileAtomically(result.folder / "colors_and_shapes.htm",
+                      site.framed(std::string(kLegendPage), "Colors and shapes"));
   result.index = result.folder / "index.htm";
-  WriteFileAtomically(result.index, kIndexPage);
+  WriteFileAtomically(result.index, WithPageContext(std::string(kIndexPage), settings.context,
+                                                    "Signalling network"));
   return result;
 }
 

@@ -11,6 +11,7 @@
 #include "model/network.h"
 #include "net/http.h"
 #include "net/services.h"
+#include "output/page_context.h"
 #include "util/progress.h"
 
 namespace tessel {
@@ -22,15 +23,16 @@ struct WebsiteSettings {
   ServiceSettings services = ServiceSettings::FromEnvironment();
   HttpSettings http;
   unsigned threads = 0;  // page writing; drawings are rendered one at a time
+  PageContext context;   // said on every page; the pages link to index.htm as their start
 };
 
 struct WebsiteResult {
   std::filesystem::path folder;
   std::filesystem::path index;  // index.htm
   std::size_t moleculePages = 0;
-  std::size_t references = 0;        // distinct PubMed ids cited
-  std::size_t referencesShown = 0;   // of which a record was available
-  std::vector<std::string> warnings; // failed PubMed requests and the like
+  std::size_t references = 0;         // distinct PubMed ids cited
+  std::size_t referencesShown = 0;    // of which a record was available
+  std::vector<std::string> warnings;  // failed PubMed requests and the like
 };
 
 WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& colors,

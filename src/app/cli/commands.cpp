@@ -126,7 +126,8 @@ int RunStats(const CommonOptions& options) {
 int RunValidate(const CommonOptions& options) {
   const Network network = Load(options).network;
   ValidationSummary summary;
-  const fs::path page = WriteValidationReport(network, options.output, &summary);
+  const fs::path page =
+      WriteValidationReport(network, options.output, &summary, ContextOf(options));
   if (options.json) {
     Json j;
     j["self_loops"] = summary.selfLoops;
@@ -270,12 +271,16 @@ int RunExport(const CommonOptions& options, const std::string& format, std::stri
 int RunMatrix(const CommonOptions& options, std::string to, int size) {
   if (to.empty()) to = (fs::path(options.output) / "interactions_matrix.png").string();
   const Network network = Load(options).network;
-  WriteInteractionsMatrixPng(network, to, size);
+  const fs::path page = WriteInteractionsMatrix(network, to, size, ContextOf(options));
   if (options.json) {
-    Print(Json{{"file", to}, {"molecules", network.moleculeCount()}, {"size", size}});
+    Print(Json{{"file", to},
+               {"page", page.string()},
+               {"molecules", network.moleculeCount()},
+               {"size", size},
+               {"labels", MatrixLayout(network, size).labelsFit()}});
   } else {
     std::cout << "Interactions matrix of " << network.moleculeCount() << " molecules: " << to
-              << "\n";
+              << "\nPage: " << page.string() << "\n";
   }
   return 0;
 }
@@ -517,6 +522,7 @@ int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOption
   settings.services = Services(serviceOptions);
   settings.http = Http(serviceOptions);
   settings.threads = websiteOptions.threads;
+  settings.context = ContextOf(options);
   TerminalProgress progress(!options.quiet);
   const WebsiteResult result =
       RunWebsiteCommand(loaded.network, loaded.colors, settings, options.output, progress);
