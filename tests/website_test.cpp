@@ -196,6 +196,10 @@ TEST(WebsiteNames, HostileNamesNavigationAndThreadCount) {
   // A molecule named like a page of the site gets a file of its own.
   EXPECT_NE(files.at("index.htm").find("network.svg"), std::string::npos);
   EXPECT_NE(files.at("index_.htm").find("<H3>index</H3>"), std::string::npos);
+  // Several islands: the specified figure is 0, the one within the molecule's island beside it.
+  EXPECT_NE(files.at("A.htm").find("components: </B>0 (within its island: 1)<BR>"),
+            std::string::npos);
+  EXPECT_NE(files.at("A0.htm").find("(within its island: 1.91667)"), std::string::npos);
   // Twelve interactions still draw plainly, thirteen get navigation.
   EXPECT_EQ(files.at("A.svg").find("navbox"), std::string::npos);
   EXPECT_NE(files.at("B.svg").find("navbox"), std::string::npos);
@@ -219,6 +223,7 @@ TEST(WebsiteNames, UnknownEndFieldsShowTheMoleculesOwn) {
   EXPECT_NE(page.find("MYC</A>  <B>Type of molecule:</B>TF  <B>Location:</B>Nucleus"),
             std::string::npos);
   EXPECT_EQ(page.find("<B>Type of molecule:</B>NA"), std::string::npos);
+  EXPECT_EQ(page.find("within its island"), std::string::npos);  // one island: one figure
 }
 
 }  // namespace

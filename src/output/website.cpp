@@ -156,6 +156,8 @@ struct Site {
   std::vector<double> grid;
   std::vector<double> pathLength;  // all 0 when the network is not one island
   PageContext context;             // the run's context, linking to index.htm
+  // On networks of several islands: each molecule's average path length within its island.
+  std::vector<double> islandPathLength;
 
   // A page of the site with its title and context line.
   std::string framed(std::string page, std::string_view title) const {
@@ -366,6 +368,11 @@ std::string MoleculePage(const Site& site, MoleculeId id,
   page += ".svg\" width=\"740\" height=\"300\" type=\"image/svg+xml\" /></CENTER>\n<BR>";
   page += "<CENTER><B>Average path length to all other components: </B>";
   page += FormatNumber(site.pathLength[id - 1]);
+  if (!site.islandPathLength.empty()) {
+    // The figure above is 0 when the network has several islands; say what it is within the
+    // molecule's own island, where every other molecule can be reached.
+    page += " (within its island: " + FormatNumber(site.islandPathLength[id - 1]) + ")";
+  }
   page += "<BR>\n<B>Clustering coefficient: </B>";
   page += FormatNumber(site.clustering[id - 1]);
   page += "<BR>\n<B>Grid coefficient: </B>";
@@ -493,7 +500,7 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
       std::count_if(ids.begin(), ids.end(), [&](PubmedId id) { return pubmed.find(id); }));
   result.warnings = pubmed.stats().errors;
 
-  Site site{network, colors, settings, pubmed, result.folder, {}, {}, {}, {}, {}, siteContext};
+  Site site{network, colors, settings, pubmed, result.folder, {}, {}, {}, {}, {}, siteContext, {}};
   site.stems.reserve(moleculeCount);
   site.escaped.reserve(moleculeCount);
   for (const Molecule& m : network.molecules()) {
@@ -506,6 +513,10 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
   site.clustering.resize(moleculeCount, 0.0);
   site.grid.resize(moleculeCount, 0.0);
   site.pathLength.resize(moleculeCount, 0.0);
+  if (stats.islands.count > 1) {
+    site.islandPathLength = std::move(stats.pathLength.islandPerMolecule);
+    site.islandPathLength.resize(moleculeCount, 0.0);
+  }
 
   WriteFileAtomically(result.folder / "list.htm",
                       site.framed(MoleculeList(site), "Index of molecules"));
