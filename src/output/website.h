@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "model/color_table.h"
 #include "model/network.h"
@@ -16,6 +17,10 @@
 namespace tessel {
 
 inline constexpr const char* kWebsiteFolder = "TESSEL_website";
+
+// The file name stem of a molecule's page in the site: SafeFileName(name), with a trailing
+// "_" when that would be the stem of one of the site's own pages ("index", "list", ...).
+std::string MoleculeStem(std::string_view name);
 
 struct WebsiteSettings {
   bool offline = false;  // PubMed references from the cache only
@@ -28,9 +33,9 @@ struct WebsiteResult {
   std::filesystem::path folder;
   std::filesystem::path index;  // index.htm
   std::size_t moleculePages = 0;
-  std::size_t references = 0;        // distinct PubMed ids cited
-  std::size_t referencesShown = 0;   // of which a record was available
-  std::vector<std::string> warnings; // failed PubMed requests and the like
+  std::size_t references = 0;         // distinct PubMed ids cited
+  std::size_t referencesShown = 0;    // of which a record was available
+  std::vector<std::string> warnings;  // failed PubMed requests and the like
 };
 
 WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& colors,
