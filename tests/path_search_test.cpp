@@ -181,7 +181,9 @@ TEST(PathwayQueries, UnmatchedConditionsNameTheClosestValue) {
                                       "no molecule has Location \"nucleus\"; did you mean "
                                       "\"Nucleus\"?"}));
   // Edit distance when no value equals without case; the first of equally close ones.
-  EXPECT_EQ(ClosestValue(net, ConditionKind::Type, "Receptr"), "Receptor");
+  EXPECT_EQ(UnmatchedConditionMessage(net, {ConditionKind::Type, "Receptr"}),
+            "no molecule has Type \"Receptr\"; did you mean \"Receptor\"? (Type values: "
+            "Ligand, Receptor, TF)");
   EXPECT_EQ(ClosestValue(net, ConditionKind::Name, "EGF2"), "EGF");
   EXPECT_EQ(UnmatchedConditionMessage(Network{}, {ConditionKind::Type, "TF"}),
             "no molecule has Type \"TF\"");

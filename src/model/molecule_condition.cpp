@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "model/network.h"
+#include "util/text.h"
 
 namespace tessel {
 
@@ -74,8 +75,24 @@ std::string UnmatchedConditionMessage(const Network& network, const MoleculeCond
   std::string message = "no molecule has " + std::string(ConditionKindName(condition.kind)) +
                         " \"" + condition.value + "\"";
   const std::string closest = ClosestValue(network, condition.kind, condition.value);
-  if (!closest.empty()) message += "; did you mean \"" + closest + "\"?";
-  return message;
+  if (closest.empty()) return message;
+  message += "; did you mean \"" + closest + "\"?";
+  // A guess that differs by more than letter case may be far off: types and locations are
+  // few, so list them too.
+  if (condition.kind == ConditionKind::Name || EqualsNoCase(closest, condition.value)) {
+    return message;
+  }
+  std::vector<std::string> values;
+  for (const Molecule& m : all) values.push_back(ConditionField(m, condition.kind));
+  std::sort(values.begin(), values.end());
+  values.erase(std::unique(values.begin(), values.end()), values.end());
+  constexpr std::size_t kListed = 12;
+  message += " (" + std::string(ConditionKindName(condition.kind)) + " values: ";
+  for (std::size_t k = 0; k < values.size() && k < kListed; ++k) {
+    message += (k > 0 ? ", " : "") + values[k];
+  }
+  if (values.size() > kListed) message += ", ...";
+  return message + ")";
 }
 
 ConditionKind ParseConditionKind(std::string_view name) {

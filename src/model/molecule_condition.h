@@ -35,6 +35,8 @@ std::string ClosestValue(const Network& network, ConditionKind kind, std::string
 // Empty when some molecule matches `condition` (or its value is empty, so it is unused);
 // otherwise a message naming it and the closest existing value:
 //   no molecule has Type "tf"; did you mean "TF"?
+// When the closest type or location differs by more than letter case, the existing values
+// follow: ... did you mean "TF"? (Type values: Protein, Receptor, TF)
 std::string UnmatchedConditionMessage(const Network& network, const MoleculeCondition& condition);
 
 // Parses "KIND=VALUE" (the value may itself hold "="); throws std::invalid_argument with a
