@@ -220,6 +220,11 @@ TEST(PathwayRoutes, AreThePathsTheMapMerges) {
   const RouteList two = ListRoutes(net, s, t, 9, false, 2);
   EXPECT_EQ(describe(two), (std::vector<std::string>{"ST+", "SAT-"}));
   EXPECT_EQ(two.total, 4u);
+  EXPECT_TRUE(two.complete);
+  const RouteList capped = ListRoutes(net, s, t, 9, false, 2, nullptr, 3);  // counting stops
+  EXPECT_EQ(describe(capped), describe(two));
+  EXPECT_EQ(capped.total, 3u);
+  EXPECT_FALSE(capped.complete);
   EXPECT_EQ(ListRoutes(net, s, t, 9, true, 50).total, 2u);  // no neutral links
   EXPECT_EQ(ListRoutes(net, t, s, 9, false, 50).total, 0u);
 }

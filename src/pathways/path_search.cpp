@@ -93,19 +93,28 @@ class PathSearcher {
     return map;
   }
 
-  // Calls `found(route)` for every path, in the order `search` meets them.
-  void routes(MoleculeId source, MoleculeId target, int steps,
-              const std::vector<int>& stepsToTarget, const std::function<void(Route&&)>& found) {
-    if (source == target) return;
+  // Adds the paths of exactly `steps` molecules to `list`, in the order `search` meets
+  // them: each is counted, the first ones are kept while `list` holds fewer than `limit`.
+  // Returns false, leaving `list` incomplete, when the count reaches `cap`.
+  bool routesOfLength(MoleculeId source, MoleculeId target, int steps,
+                      const std::vector<int>& stepsToTarget, std::size_t limit, std::size_t cap,
+                      RouteList& list) {
+    if (source == target) return true;
+    const auto length = static_cast<std::size_t>(steps);
     walk(source, target, steps, stepsToTarget, [&](std::uint32_t, bool negative) {
-      Route route;
-      route.molecules.reserve(frames_.size() + 1);
-      for (const Frame& f : frames_) route.molecules.push_back(f.molecule);
-      route.molecules.push_back(target);
-      route.negative = negative;
-      found(std::move(route));
-      return true;
+      if (frames_.size() + 1 != length) return true;  // counted at its own length
+      if (list.routes.size() < limit) {
+        Route& route = list.routes.emplace_back();
+        route.molecules.reserve(length);
+        for (const Frame& f : frames_) route.molecules.push_back(f.molecule);
+        route.molecules.push_back(target);
+        route.negative = negative;
+      }
+      if (++list.total < cap) return true;
+      list.complete = false;
+      return false;
     });
+    return list.complete;
   }
 
  private:
@@ -413,7 +422,7 @@ std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQue
 }
 
 RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId target, int maxSteps,
-                     bool directOnly, std::size_t limit, Progress* progress) {
+                     bool directOnly, std::size_t limit, Progress* progress, std::size_t countCap) {
   RouteList list;
   if (source == 0 || target == 0 || source > network.moleculeCount() ||
       target > network.moleculeCount()) {
@@ -424,27 +433,11 @@ RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId targe
   PathSearcher searcher(network, graph, [progress] {
     if (progress != nullptr) ThrowIfCancelled(*progress);
   });
-  // The `limit` shortest routes so far, as a heap whose top is the longest (the latest
-  // found among equally long ones): the one to drop when a shorter route comes.
-  using Numbered = std::pair<std::size_t, Route>;
-  const auto before = [](const Numbered& a, const Numbered& b) {
-    return std::pair(a.second.molecules.size(), a.first) <
-           std::pair(b.second.molecules.size(), b.first);
-  };
-  std::vector<Numbered> kept;
-  searcher.routes(source, target, maxSteps, toTarget, [&](Route&& route) {
-    const std::size_t number = list.total++;
-    if (limit == 0) return;
-    kept.emplace_back(number, std::move(route));
-    std::push_heap(kept.begin(), kept.end(), before);
-    if (kept.size() > limit) {
-      std::pop_heap(kept.begin(), kept.end(), before);
-      kept.pop_back();
-    }
-  });
-  std::sort_heap(kept.begin(), kept.end(), before);
-  list.routes.reserve(kept.size());
-  for (Numbered& n : kept) list.routes.push_back(std::move(n.second));
+  // One walk per length, shortest first: the routes kept are the shortest ones even when
+  // counting stops at the cap.
+  for (int steps = 2; steps <= maxSteps; ++steps) {
+    if (!searcher.routesOfLength(source, target, steps, toTarget, limit, countCap, list)) break;
+  }
   return list;
 }
 

@@ -99,14 +99,18 @@ struct RouteList {
   // The shortest routes, at most `limit`: by number of molecules, then in the order the
   // map search meets them.
   std::vector<Route> routes;
-  std::size_t total = 0;  // every route, listed or not
+  std::size_t total = 0;  // routes counted, listed or not
+  bool complete = true;   // false: counting stopped at the cap, there are more
 };
 
 // Every simple path from source to target with at most `maxSteps` molecules under the link
 // rule of the map search (so the routes are exactly the paths a map of that step count
-// merges), with its sign. Meant for single pairs: the number of routes can grow quickly
-// with the step count. `progress`, when given, can cancel (Cancelled is thrown).
+// merges), with its sign. The number of routes can grow very quickly with the step count on
+// dense networks, so counting stops at `countCap` routes (`complete` is then false; the
+// routes listed are still the shortest). `progress`, when given, can cancel (Cancelled is
+// thrown).
 RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId target, int maxSteps,
-                     bool directOnly, std::size_t limit, Progress* progress = nullptr);
+                     bool directOnly, std::size_t limit, Progress* progress = nullptr,
+                     std::size_t countCap = 1000000);
 
 }  // namespace tessel

@@ -377,6 +377,7 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
       }
       j["routes"] = list;
       j["routes_total"] = routes.total;
+      j["routes_complete"] = routes.complete;
     }
     Print(j);
     return 0;
@@ -386,12 +387,14 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
       std::cout << "No route from " << pathwayOptions.easy[0] << " to " << pathwayOptions.easy[1]
                 << " in up to " << routeSteps << " steps\n";
     } else {
-      std::cout << routes.total << (routes.total == 1 ? " route" : " routes") << " from "
-                << pathwayOptions.easy[0] << " to " << pathwayOptions.easy[1] << " in up to "
-                << routeSteps << " steps (molecules on the route), shortest first:\n";
+      std::cout << (routes.complete ? "" : "at least ") << routes.total
+                << (routes.total == 1 ? " route" : " routes") << " from " << pathwayOptions.easy[0]
+                << " to " << pathwayOptions.easy[1] << " in up to " << routeSteps
+                << " steps (molecules on the route), shortest first:\n";
       for (const Route& route : routes.routes) std::cout << RouteText(network, route) << "\n";
       if (routes.total > routes.routes.size()) {
-        std::cout << "... and " << routes.total - routes.routes.size() << " more routes\n";
+        std::cout << "... and " << (routes.complete ? "" : "at least ")
+                  << routes.total - routes.routes.size() << " more routes\n";
       }
     }
   }
