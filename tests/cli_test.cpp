@@ -273,10 +273,7 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
   EXPECT_TRUE(fs::exists(dir / "c" / "TESSEL_shuffled_nets" / "random_er_1.sig"));
   EXPECT_FALSE(fs::exists(dir / "c" / "TESSEL_shuffled_nets" / "shuffled_networks_analysis.htm"));
 
-  // Pathways: a query without a map says so and succeeds; bad conditions are usage errors.
-  r = RunTessel(dir, {"pathways", "-q", "--source", "Name=EGF", "--target", "Name=NOPE", lbc});
-  EXPECT_EQ(r.exitCode, 0) << r.err;
-  EXPECT_NE(r.out.find("No pathways with the following query were found!"), std::string::npos);
+  // Pathways: bad conditions are usage errors.
   EXPECT_EQ(RunTessel(dir, {"pathways", "--source", "Colour=red", lbc}).exitCode, 2);
   EXPECT_EQ(RunTessel(dir, {"pathways", "--easy", "EGF", lbc}).exitCode, 2);
   EXPECT_EQ(RunTessel(dir, {"pathways", "-q", "--easy", "NOPE", "TP53", lbc}).exitCode, 1);
@@ -305,6 +302,43 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
       test::ReadFile(dir / propagated["stats_page"].get<std::string>()).find("signor_lbc.sig"),
       std::string::npos);
   EXPECT_EQ(RunTessel(dir, {"propagate", "--condition", "Type", lbc}).exitCode, 2);
+}
+
+TEST(CliPathways, EgfQueriesFindTheEgfToMycMapAndListRoutes) {
+  test::ScratchDir dir;
+  const std::string egf = (test::DataDir() / "formats" / "egf.sig").string();
+  const auto sigOf = [&](const std::string& out) {
+    return test::ReadFile(dir / out / "TESSEL_pg" / "EGF_TO_MYC.sig");
+  };
+  // The default query: ligands to transcription factors.
+  RunResult r = RunTessel(dir, {"pathways", "-q", "-o", "default", egf});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(sigOf("default").find("EGF P01133 NA Ligand Extracellular EGFR "), std::string::npos);
+
+  r = RunTessel(dir, {"pathways", "-q", "--easy", "EGF", "MYC", "-o", "easy", egf});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(sigOf("easy").find("EGF P01133 NA Ligand Extracellular EGFR "), std::string::npos);
+  EXPECT_NE(r.out.find("1 route from EGF to MYC in up to 8 steps"), std::string::npos);
+  EXPECT_NE(r.out.find("\nEGF -> EGFR -> SOS1 -> HRAS -> RAF1 -> MAP2K1 -> MAPK1 -> MYC  (+, 8 "
+                       "steps)\n"),
+            std::string::npos);
+  r = RunTessel(dir, {"pathways", "-q", "--json", "--easy", "EGF", "MYC", "--max-steps", "9", "-o",
+                      "easy", egf});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["routes_total"], 2);
+  EXPECT_EQ(j["routes"][1]["molecules"].size(), 9u);
+  EXPECT_EQ(j["routes"][1]["sign"], "+");
+  EXPECT_EQ(j["routes"][1]["steps"], 9);
+  EXPECT_EQ(j["maps"].size(), 1u);
+
+  // A condition that matches nothing names the closest value, and nothing is written.
+  r = RunTessel(dir,
+                {"pathways", "--target", "Type=tf", "--source", "Name=EFG", "-o", "typo", egf});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_NE(r.err.find("no molecule has Name \"EFG\"; did you mean \"EGF\"?"), std::string::npos);
+  EXPECT_NE(r.err.find("no molecule has Type \"tf\"; did you mean \"TF\"?"), std::string::npos);
+  EXPECT_FALSE(fs::exists(dir / "typo"));
 }
 
 TEST(Cli, StatsAgreeWhateverFormatTheNetworkIsWrittenIn) {

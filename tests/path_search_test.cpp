@@ -5,6 +5,7 @@
 #include <functional>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include "model/readers.h"
 #include "pathways/path_search.h"
@@ -137,9 +138,17 @@ TEST(PathwayMaps, KeepTheMapOfTheStepCountBeforeTheSizeLimitIsExceeded) {
   EXPECT_EQ(std::set(kept[0].map.interactions.begin(), kept[0].map.interactions.end()),
             (std::set<std::uint32_t>{0, 1, 2}));  // S>T, S>A, A>T
   EXPECT_EQ(kept[0].map.negativePaths, 1u);
-  // Never exceeded up to the step limit, or exceeded at 2 steps already: no map.
-  EXPECT_TRUE(FindPathwayMaps(net, ByName({"S"}, "T", 9, 6), quiet, 1).empty());
-  EXPECT_TRUE(FindPathwayMaps(net, ByName({"S"}, "T", 3, 4), quiet, 1).empty());
+  // A map that still fits at the step limit is kept whole, with that step count.
+  for (const auto& [steps, size, interactions] :
+       {std::tuple(9, 6, 6u), std::tuple(3, 4, 3u), std::tuple(2, 4, 1u)}) {
+    const auto fits = FindPathwayMaps(net, ByName({"S"}, "T", steps, size), quiet, 1);
+    ASSERT_EQ(fits.size(), 1u) << steps;
+    EXPECT_EQ(fits[0].steps, steps);
+    EXPECT_EQ(fits[0].map.interactions.size(), interactions);
+  }
+  // Exceeded as soon as the map has any interaction (S to C needs 3 steps and 2
+  // interactions): no map rather than an empty one.
+  EXPECT_TRUE(FindPathwayMaps(net, ByName({"S"}, "C", 9, 1), quiet, 1).empty());
   Recorder recorder;
   EXPECT_TRUE(FindPathwayMaps(net, ByName({"S", "T"}, "T", 2, 0), recorder, 1).empty());
   EXPECT_EQ(recorder.texts,
@@ -153,6 +162,71 @@ TEST(PathwayMaps, KeepTheMapOfTheStepCountBeforeTheSizeLimitIsExceeded) {
   PathwayQuery unused;  // a condition with an empty value matches nothing
   unused.sources = {{ConditionKind::Location, ""}};
   EXPECT_FALSE(unused.isSource(Molecule{}));
+}
+
+TEST(PathwayQueries, UnmatchedConditionsNameTheClosestValue) {
+  const Network net = ReadSigText(
+      "EGF NA NA Ligand Out EGFR NA NA Receptor Membrane + NA 1\n"
+      "EGFR NA NA Receptor Membrane MYC NA NA TF Nucleus + NA 2\n",
+      "q.sig");
+  PathwayQuery q = PathwayQuery::Default();
+  EXPECT_TRUE(UnmatchedConditions(net, q).empty());
+  q.sources = {{ConditionKind::Name, "EGFRR"}, {ConditionKind::Type, ""}};  // empty: unused
+  q.targets = {{ConditionKind::Type, "tf"},
+               {ConditionKind::Location, "nucleus"},
+               {ConditionKind::Location, "Membrane"}};
+  EXPECT_EQ(UnmatchedConditions(net, q),
+            (std::vector<std::string>{"no molecule has Name \"EGFRR\"; did you mean \"EGFR\"?",
+                                      "no molecule has Type \"tf\"; did you mean \"TF\"?",
+                                      "no molecule has Location \"nucleus\"; did you mean "
+                                      "\"Nucleus\"?"}));
+  // Edit distance when no value equals without case; the first of equally close ones.
+  EXPECT_EQ(UnmatchedConditionMessage(net, {ConditionKind::Type, "Receptr"}),
+            "no molecule has Type \"Receptr\"; did you mean \"Receptor\"? (Type values: "
+            "Ligand, Receptor, TF)");
+  EXPECT_EQ(ClosestValue(net, ConditionKind::Name, "EGF2"), "EGF");
+  EXPECT_EQ(UnmatchedConditionMessage(Network{}, {ConditionKind::Type, "TF"}),
+            "no molecule has Type \"TF\"");
+}
+
+TEST(PathwayRoutes, AreThePathsTheMapMerges) {
+  // S reaches T directly, over A (inhibiting), over the neutral B -> S link walked
+  // backwards, and over A and C, the last step walking the neutral T -> C link backwards.
+  const Network net = NetworkFromEdges("S A _\nA T +\nB S 0\nB T +\nS T +\nA C +\nT C 0\n");
+  const MoleculeId s = net.findId("S"), t = net.findId("T");
+  const auto describe = [&](const RouteList& list) {
+    std::vector<std::string> out;
+    for (const Route& r : list.routes) {
+      std::string text;
+      for (const MoleculeId id : r.molecules) text += net.nameOf(id);
+      out.push_back(text + (r.negative ? "-" : "+"));
+    }
+    return out;
+  };
+  const RouteList all = ListRoutes(net, s, t, 9, false, 50);
+  EXPECT_EQ(describe(all), (std::vector<std::string>{"ST+", "SAT-", "SBT+", "SACT-"}));
+  EXPECT_EQ(all.total, 4u);
+  for (const bool direct : {false, true}) {
+    for (int steps = 2; steps <= 5; ++steps) {
+      const RouteList routes = ListRoutes(net, s, t, steps, direct, 50);
+      const PathMap map = FindPathMap(net, s, t, steps, direct, StepsToTarget(net, t, direct), 99);
+      const auto negative = std::count_if(routes.routes.begin(), routes.routes.end(),
+                                          [](const Route& r) { return r.negative; });
+      EXPECT_EQ(std::size_t(negative), map.negativePaths) << steps << direct;
+      EXPECT_EQ(routes.total - negative, map.positivePaths) << steps << direct;
+    }
+  }
+  // Capped: the shortest are kept, the total still counts every route.
+  const RouteList two = ListRoutes(net, s, t, 9, false, 2);
+  EXPECT_EQ(describe(two), (std::vector<std::string>{"ST+", "SAT-"}));
+  EXPECT_EQ(two.total, 4u);
+  EXPECT_TRUE(two.complete);
+  const RouteList capped = ListRoutes(net, s, t, 9, false, 2, nullptr, 3);  // counting stops
+  EXPECT_EQ(describe(capped), describe(two));
+  EXPECT_EQ(capped.total, 3u);
+  EXPECT_FALSE(capped.complete);
+  EXPECT_EQ(ListRoutes(net, s, t, 9, true, 50).total, 2u);  // no neutral links
+  EXPECT_EQ(ListRoutes(net, t, s, 9, false, 50).total, 0u);
 }
 
 TEST(PathwayMaps, SameResultForAnyThreadCountAndCancellable) {

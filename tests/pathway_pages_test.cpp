@@ -41,8 +41,8 @@ TEST(PathwayMapFiles, SigRowsAndDotInNetworkOrder) {
 
   const ColorShapeTable colors = ColorShapeTable::Parse("Protein pink ellipse\n");
   const auto node = [](const char* n) {
-    return "\"" + std::string(n) + "\" [style=\"filled\", URL=\"" + n +
-           ".htm\" shape=\"ellipse\", color=\"pink\"];\n";
+    return "\"" + std::string(n) + "\" [style=\"filled\", URL=\"molecule-" + n +
+           ".htm\" target=\"_top\" shape=\"ellipse\", color=\"pink\"];\n";
   };
   EXPECT_EQ(PathwayMapDot(net, colors, Map(net, "S", "T", {3, 0, 2})),
             "digraph G {size=\"8,8\";concentrate=true;\n { " + node("S") + node("A") + node("B") +
@@ -65,8 +65,9 @@ TEST(PathwayMapFiles, ConnectionMapPages) {
   const Network odd = NetworkFromEdges("IL_1 <R>&1 +\n<R>&1 ERK1/2 +\n");
   const PathwayMap map = Map(odd, "IL_1", "ERK1/2", {0, 1});
   EXPECT_EQ(PathwayMapBaseName(odd, map), SafeFileName("IL_1") + "_TO_" + SafeFileName("ERK1/2"));
-  EXPECT_NE(ConnectionMapPage(odd, map).find("from <a href=\"IL__1.htm\">IL_1</a> to <a href=\"" +
-                                             SafeFileName("ERK1/2") + ".htm\">ERK1/2</a>"),
+  EXPECT_NE(ConnectionMapPage(odd, map).find(
+                "from <a href=\"molecule-IL__1.htm\">IL_1</a> to <a href=\"molecule-" +
+                SafeFileName("ERK1/2") + ".htm\">ERK1/2</a>"),
             std::string::npos);
   // The form lists each source and target once, in order of first appearance.
   const std::string form = QueryFormPage(odd, {map, Map(odd, "IL_1", "<R>&1", {0})});
@@ -91,21 +92,56 @@ TEST(PathwayCommand, WritesEveryMapFileAndTheForm) {
   q.sources = {{ConditionKind::Name, "S"}, {ConditionKind::Name, "X"}};
   q.targets = {{ConditionKind::Name, "T"}};
   q.maxSize = 4;
+  // The web site beside the maps has a page for S only.
+  fs::create_directories(dir / "TESSEL_website");
+  test::WriteFile(dir / "TESSEL_website" / "S.htm", "S");
+  PageContext context;
+  context.network = "net.sig";
   NullProgress progress;
-  const auto r = RunPathwayCommand(net, ColorShapeTable::Defaults(), q, dir.path(), progress, 2);
-  ASSERT_EQ(r.baseNames, std::vector<std::string>{"S_TO_T"});
+  const auto r =
+      RunPathwayCommand(net, ColorShapeTable::Defaults(), q, dir.path(), progress, 2, context);
+  // S to T outgrows the size at 4 steps and keeps 3 steps; X to T fits at every count.
+  ASSERT_EQ(r.baseNames, (std::vector<std::string>{"S_TO_T", "X_TO_T"}));
   std::set<std::string> names;
   for (const auto& e : fs::directory_iterator(r.folder)) names.insert(e.path().filename());
-  EXPECT_EQ(names, (std::set<std::string>{"S_TO_T.sig", "S_TO_T.svg", "S_TO_T_plain.svg",
-                                          "S_TO_T.jpg", "S_TO_T.htm", "form.htm"}));
+  std::set<std::string> want{"form.htm", "molecule-T.htm", "molecule-A.htm", "molecule-X.htm"};
+  for (const std::string base : {"S_TO_T", "X_TO_T"}) {
+    for (const char* ext : {".sig", ".svg", "_plain.svg", ".jpg", ".htm"}) want.insert(base + ext);
+  }
+  EXPECT_EQ(names, want);
+  EXPECT_EQ(r.moleculePages, 3u);
   EXPECT_EQ(r.form, dir / kPathwaysFolder / "form.htm");
   EXPECT_NE(ReadFile(r.folder / "S_TO_T.svg").find("id=\"Pathway\""), std::string::npos);
   EXPECT_EQ(ReadFile(r.folder / "S_TO_T_plain.svg").find("id=\"Pathway\""), std::string::npos);
   EXPECT_EQ(ReadFile(r.folder / "S_TO_T.jpg").substr(0, 3), "\xFF\xD8\xFF");
-  EXPECT_EQ(ReadFile(r.folder / "S_TO_T.htm"), ConnectionMapPage(net, r.maps[0]));
+
+  // Node links: the site page of S, the own pages of the others, opened as whole pages.
+  const std::string svg = ReadFile(r.folder / "S_TO_T_plain.svg");
+  EXPECT_NE(svg.find("href=\"../TESSEL_website/S.htm\""), std::string::npos);
+  EXPECT_NE(svg.find("href=\"molecule-A.htm\""), std::string::npos);
+  EXPECT_NE(svg.find("target=\"_top\""), std::string::npos);
+  // Every page carries the context, the map page the query and the form link too.
+  const std::string page = ReadFile(r.folder / "S_TO_T.htm");
+  EXPECT_NE(page.find("from <a href=\"../TESSEL_website/S.htm\">S</a> to <a "
+                      "href=\"molecule-T.htm\">T</a>"),
+            std::string::npos);
+  const std::size_t contextLine = page.find("Network <b>net.sig</b>");
+  const std::size_t queryLine = page.find(
+      "Query: sources Name=S or Name=X; targets Name=T; up "
+      "to 9 molecules per path; maps up to 4 interactions");
+  EXPECT_TRUE(contextLine < queryLine && queryLine != std::string::npos);
+  EXPECT_NE(page.find("<a href=\"form.htm\">Query form</a>"), std::string::npos);
+  EXPECT_NE(ReadFile(r.form).find("Network <b>net.sig</b>"), std::string::npos);
+  // A molecule's own page: its interactions in the maps with PubMed links, its maps.
+  const std::string own = ReadFile(r.folder / "molecule-T.htm");
+  EXPECT_NE(own.find("Network <b>net.sig</b>"), std::string::npos);
+  EXPECT_EQ(Count(own, "<tr><td>"), 3u);  // S>T, A>T, X>T; not B>T or C>T (4 steps)
+  EXPECT_NE(own.find("inhibition (_)"), std::string::npos);
+  EXPECT_NE(own.find("<a href=\"https://pubmed.ncbi.nlm.nih.gov/1/\">1</a>"), std::string::npos);
+  EXPECT_NE(own.find("<a href=\"X_TO_T.htm\">X to T</a>"), std::string::npos);
 
   test::ScratchDir empty;  // no map kept: the folder alone
-  q.maxSize = 70;
+  q.maxSize = 0;
   const auto none = RunPathwayCommand(net, ColorShapeTable::Defaults(), q, empty.path(), progress);
   EXPECT_TRUE(none.form.empty());
   EXPECT_TRUE(fs::is_directory(none.folder) && fs::is_empty(none.folder));

@@ -107,6 +107,8 @@ constexpr std::array<std::string_view, 13> kReservedStems = {
     "network",     "stats",    "list",      "index",    "ligands",  "cytoskeleton", "transcription",
     "translation", "membrane", "apoptosis", "channels", "vesicles", "central"};
 
+}  // namespace
+
 std::string MoleculeStem(std::string_view name) {
   std::string stem = SafeFileName(name);
   const auto sameWithoutCase = [&stem](std::string_view reserved) {
@@ -119,6 +121,8 @@ std::string MoleculeStem(std::string_view name) {
   if (std::any_of(kReservedStems.begin(), kReservedStems.end(), sameWithoutCase)) stem += '_';
   return stem;
 }
+
+namespace {
 
 // UniProt accession numbers: [OPQ][0-9][A-Z0-9]{3}[0-9] or
 // [A-NR-Z][0-9]([A-Z][A-Z0-9]{2}[0-9]){1,2}.

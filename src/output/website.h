@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "model/color_table.h"
 #include "model/network.h"
@@ -17,6 +18,10 @@
 namespace tessel {
 
 inline constexpr const char* kWebsiteFolder = "TESSEL_website";
+
+// The file name stem of a molecule's page in the site: SafeFileName(name), with a trailing
+// "_" when that would be the stem of one of the site's own pages ("index", "list", ...).
+std::string MoleculeStem(std::string_view name);
 
 struct WebsiteSettings {
   bool offline = false;  // PubMed references from the cache only

@@ -79,11 +79,52 @@ class PathSearcher {
       if (steps >= 1) ++map.positivePaths;
       return map;
     }
-    if (steps < 2 || stepsToTarget[source - 1] < 0) return map;
     if (++stamp_ == 0) {  // the stamp wrapped: clear the marks once
       std::fill(usedStamp_.begin(), usedStamp_.end(), 0);
       stamp_ = 1;
     }
+    walk(source, target, steps, stepsToTarget, [&](std::uint32_t last, bool negative) {
+      for (std::size_t k = 1; k < frames_.size(); ++k) use(frames_[k].via, map);
+      use(last, map);
+      ++(negative ? map.negativePaths : map.positivePaths);
+      map.exceeded = map.interactions.size() > limit;
+      return !map.exceeded;
+    });
+    return map;
+  }
+
+  // Adds the paths of exactly `steps` molecules to `list`, in the order `search` meets
+  // them: each is counted, the first ones are kept while `list` holds fewer than `limit`.
+  // Returns false, leaving `list` incomplete, when the count reaches `cap`.
+  bool routesOfLength(MoleculeId source, MoleculeId target, int steps,
+                      const std::vector<int>& stepsToTarget, std::size_t limit, std::size_t cap,
+                      RouteList& list) {
+    if (source == target) return true;
+    const auto length = static_cast<std::size_t>(steps);
+    walk(source, target, steps, stepsToTarget, [&](std::uint32_t, bool negative) {
+      if (frames_.size() + 1 != length) return true;  // counted at its own length
+      if (list.routes.size() < limit) {
+        Route& route = list.routes.emplace_back();
+        route.molecules.reserve(length);
+        for (const Frame& f : frames_) route.molecules.push_back(f.molecule);
+        route.molecules.push_back(target);
+        route.negative = negative;
+      }
+      if (++list.total < cap) return true;
+      list.complete = false;
+      return false;
+    });
+    return list.complete;
+  }
+
+ private:
+  // Depth-first walk over every simple path from source to target with at most `steps`
+  // molecules. At each path found, `onPath(lastInteraction, negative)` sees the path in
+  // frames_ (the target not included) and returns false to stop the walk.
+  template <class OnPath>
+  void walk(MoleculeId source, MoleculeId target, int steps, const std::vector<int>& stepsToTarget,
+            OnPath&& onPath) {
+    if (steps < 2 || stepsToTarget[source - 1] < 0) return;
     // The largest number of links a path may have.
     const auto maxLinks = static_cast<std::size_t>(steps - 1);
     frames_.clear();
@@ -106,14 +147,10 @@ class PathSearcher {
       if (remaining < 0 || links + 1 + static_cast<std::size_t>(remaining) > maxLinks) continue;
       const int negatives = top.negatives + (step.negative ? 1 : 0);
       if (step.to == target) {
-        for (std::size_t k = 1; k < frames_.size(); ++k) use(frames_[k].via, map);
-        use(step.interaction, map);
-        ++(negatives % 2 == 1 ? map.negativePaths : map.positivePaths);
-        if (map.interactions.size() > limit) {
-          map.exceeded = true;
+        if (!onPath(step.interaction, negatives % 2 == 1)) {
           for (const Frame& f : frames_) onPath_[f.molecule] = 0;
           frames_.clear();
-          return map;
+          return;
         }
         continue;  // a path does not run on through the target
       }
@@ -121,10 +158,8 @@ class PathSearcher {
           {step.to, graph_.begin(step.to), graph_.end(step.to), step.interaction, negatives});
       onPath_[step.to] = 1;
     }
-    return map;
   }
 
- private:
   static constexpr std::size_t kInterruptEvery = 4096;
 
   struct Frame {
@@ -210,6 +245,33 @@ bool PathwayQuery::isTarget(const Molecule& m) const {
   return MatchesAny(targets, m);
 }
 
+std::vector<std::string> UnmatchedConditions(const Network& network, const PathwayQuery& query) {
+  std::vector<std::string> messages;
+  for (const auto* group : {&query.sources, &query.targets}) {
+    for (const MoleculeCondition& c : *group) {
+      std::string message = UnmatchedConditionMessage(network, c);
+      if (!message.empty()) messages.push_back(std::move(message));
+    }
+  }
+  return messages;
+}
+
+std::string DescribeQuery(const PathwayQuery& query) {
+  const auto conditions = [](const std::vector<MoleculeCondition>& group) {
+    std::string out;
+    for (const MoleculeCondition& c : group) {
+      if (!Usable(c)) continue;
+      if (!out.empty()) out += " or ";
+      out += std::string(ConditionKindName(c.kind)) + "=" + c.value;
+    }
+    return out.empty() ? std::string("none") : out;
+  };
+  return "sources " + conditions(query.sources) + "; targets " + conditions(query.targets) +
+         "; up to " + std::to_string(query.maxSteps) + " molecules per path; maps up to " +
+         std::to_string(query.maxSize) + " interactions; " +
+         (query.directOnly ? "direct interactions only" : "neutral links walked both ways");
+}
+
 bool CanStep(const Network& network, MoleculeId from, MoleculeId to, bool directOnly) {
   if (from == to) return false;
   if (const Interaction* i = network.findInteraction(from, to)) {
@@ -292,18 +354,21 @@ std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQue
         const int fewest = toTarget[source - 1];
         if (source == target || fewest < 0 || fewest > query.maxSteps - 1) continue;
         PathMap previous;
+        int previousSteps = 0;
         for (int steps = 2; steps <= query.maxSteps; ++steps) {
           monitor.report(targetsDone.load(), total,
                          "Searching for pathways from " + network.nameOf(source) + " to " +
                              network.nameOf(target) + " in " + std::to_string(steps) +
                              " steps... ");
           PathMap map = searcher.search(source, target, steps, toTarget, limit);
-          if (map.exceeded) {
-            // The map outgrew the size limit: keep the one of the step count before, if any.
-            if (steps > 2) kept.push_back({source, target, steps - 1, std::move(previous)});
-            break;
-          }
+          if (map.exceeded) break;  // keep the map of the step count before, if any
           previous = std::move(map);
+          previousSteps = steps;
+        }
+        // A map that still fits at the maximum step count is kept as it is; an empty one
+        // (the limit was outgrown at the first tries) is not kept.
+        if (!previous.interactions.empty()) {
+          kept.push_back({source, target, previousSteps, std::move(previous)});
         }
       }
       targetsDone.fetch_add(1);
@@ -354,6 +419,26 @@ std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQue
     return std::pair(a.source, a.target) < std::pair(b.source, b.target);
   });
   return maps;
+}
+
+RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId target, int maxSteps,
+                     bool directOnly, std::size_t limit, Progress* progress, std::size_t countCap) {
+  RouteList list;
+  if (source == 0 || target == 0 || source > network.moleculeCount() ||
+      target > network.moleculeCount()) {
+    return list;
+  }
+  const StepGraph graph(network, directOnly);
+  const std::vector<int> toTarget = StepsToTarget(network, target, directOnly);
+  PathSearcher searcher(network, graph, [progress] {
+    if (progress != nullptr) ThrowIfCancelled(*progress);
+  });
+  // One walk per length, shortest first: the routes kept are the shortest ones even when
+  // counting stops at the cap.
+  for (int steps = 2; steps <= maxSteps; ++steps) {
+    if (!searcher.routesOfLength(source, target, steps, toTarget, limit, countCap, list)) break;
+  }
+  return list;
 }
 
 }  // namespace tessel

@@ -3,14 +3,16 @@
 // connection map.
 //
 // A pair's map grows with the number of steps allowed. The search tries 2, 3, ... molecules
-// per path (both ends counted) up to the query's maximum; a pair yields a map only when its
-// map outgrows the maximum size at some step count, and the map kept is the one of the step
-// count just before. Paths are simple (no molecule twice, the source included) and end at
-// the first meeting of the target.
+// per path (both ends counted) up to the query's maximum. A map that still fits the maximum
+// size at the maximum step count is kept as it is; when the map outgrows the size at some
+// step count, the map kept is the one of the step count just before. A map without any
+// interaction is never kept. Paths are simple (no molecule twice, the source included) and
+// end at the first meeting of the target.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "model/molecule_condition.h"
@@ -36,6 +38,16 @@ struct PathwayQuery {
   bool isSource(const Molecule& m) const;
   bool isTarget(const Molecule& m) const;
 };
+
+// One message per used condition that matches no molecule of the network, sources first,
+// naming the closest existing value (see UnmatchedConditionMessage). Empty when every
+// condition matches something: the query can run.
+std::vector<std::string> UnmatchedConditions(const Network& network, const PathwayQuery& query);
+
+// A short description of the query for pages:
+//   sources Type=Ligand; targets Type=TF; up to 9 molecules per path; maps up to 70
+//   interactions; neutral links walked both ways
+std::string DescribeQuery(const PathwayQuery& query);
 
 // Whether a path may step from `from` to `to`. Direct-only: an interaction from -> to with
 // an effect other than "0". Otherwise: any interaction from -> to, or a neutral ("0")
@@ -77,5 +89,28 @@ struct PathwayMap {
 // in N steps... ". Throws Cancelled when stopped.
 std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQuery& query,
                                         Progress& progress, unsigned threads = 0);
+
+struct Route {
+  std::vector<MoleculeId> molecules;  // source first, target last
+  bool negative = false;              // an odd number of inhibiting ("_") links
+};
+
+struct RouteList {
+  // The shortest routes, at most `limit`: by number of molecules, then in the order the
+  // map search meets them.
+  std::vector<Route> routes;
+  std::size_t total = 0;  // routes counted, listed or not
+  bool complete = true;   // false: counting stopped at the cap, there are more
+};
+
+// Every simple path from source to target with at most `maxSteps` molecules under the link
+// rule of the map search (so the routes are exactly the paths a map of that step count
+// merges), with its sign. The number of routes can grow very quickly with the step count on
+// dense networks, so counting stops at `countCap` routes (`complete` is then false; the
+// routes listed are still the shortest). `progress`, when given, can cancel (Cancelled is
+// thrown).
+RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId target, int maxSteps,
+                     bool directOnly, std::size_t limit, Progress* progress = nullptr,
+                     std::size_t countCap = 1000000);
 
 }  // namespace tessel

@@ -8,6 +8,7 @@
 #include "model/readers.h"
 #include "output/dot.h"
 #include "output/render.h"
+#include "output/website.h"
 #include "util/error.h"
 #include "util/files.h"
 #include "util/safe_name.h"
@@ -44,6 +45,27 @@ std::string OptionLines(const Network& network, const std::vector<MoleculeId>& i
   return out;
 }
 
+// The line a map page shows under its context line: the query and a link to the form.
+std::string QueryLine(const std::string& query) {
+  if (query.empty()) return {};
+  return "<p class=\"tessel-query\" style=\"font-size:small\">Query: " + HtmlEscape(query) +
+         " &middot; <a href=\"" + std::string(kQueryFormPage) + "\">Query form</a></p>\n";
+}
+
+std::string MoleculeAnchor(const Network& network, const MoleculeLinks& links, MoleculeId id) {
+  return "<a href=\"" + HtmlEscape(links.linkOf(network, id)) + "\">" +
+         HtmlEscape(network.nameOf(id)) + "</a>";
+}
+
+std::string EffectText(const std::string& effect) {
+  if (effect == "+") return "activation (+)";
+  if (effect == "_") return "inhibition (_)";
+  if (effect == "0") return "binding (0)";
+  return HtmlEscape(effect);
+}
+
+constexpr std::string_view kPubmedBase = "https://pubmed.ncbi.nlm.nih.gov/";
+
 constexpr std::string_view kFormScript = R"(<!--
 function redirect()
 {
@@ -79,6 +101,39 @@ std::string PathwayMapBaseName(const Network& network, const PathwayMap& map) {
          SafeFileName(network.nameOf(map.target));
 }
 
+std::string OwnMoleculePageName(const Network& network, MoleculeId id) {
+  return "molecule-" + SafeFileName(network.nameOf(id)) + ".htm";
+}
+
+MoleculeLinks MoleculeLinks::Find(const Network& network, const std::vector<PathwayMap>& maps,
+                                  const fs::path& outputDir) {
+  MoleculeLinks links;
+  links.site_.assign(network.moleculeCount() + 1, 0);
+  const fs::path site = outputDir / kWebsiteFolder;
+  std::error_code error;
+  if (!fs::is_directory(site, error)) return links;
+  std::vector<std::uint8_t> checked(network.moleculeCount() + 1, 0);
+  for (const PathwayMap& map : maps) {
+    for (const std::uint32_t k : map.map.interactions) {
+      const Interaction& i = network.interactions()[k];
+      for (const MoleculeId id : {i.source, i.target}) {
+        if (checked[id]) continue;
+        checked[id] = 1;
+        links.site_[id] =
+            fs::is_regular_file(site / (MoleculeStem(network.nameOf(id)) + ".htm"), error) ? 1 : 0;
+      }
+    }
+  }
+  return links;
+}
+
+std::string MoleculeLinks::linkOf(const Network& network, MoleculeId id) const {
+  if (inSite(id)) {
+    return "../" + std::string(kWebsiteFolder) + "/" + MoleculeStem(network.nameOf(id)) + ".htm";
+  }
+  return OwnMoleculePageName(network, id);
+}
+
 std::string PathwayMapSigText(const Network& network, const PathwayMap& map) {
   std::string out;
   for (const std::uint32_t k : map.map.interactions) {
@@ -88,7 +143,7 @@ std::string PathwayMapSigText(const Network& network, const PathwayMap& map) {
 }
 
 std::string PathwayMapDot(const Network& network, const ColorShapeTable& colors,
-                          const PathwayMap& map) {
+                          const PathwayMap& map, const MoleculeLinks& links) {
   // Nodes and edges follow the network's interaction order, not the order the search met
   // them, so a map draws the same however its paths were found.
   std::vector<std::uint32_t> ordered = map.map.interactions;
@@ -107,8 +162,13 @@ std::string PathwayMapDot(const Network& network, const ColorShapeTable& colors,
   std::string dot = "digraph G {size=\"8,8\";concentrate=true;\n { ";
   for (const MoleculeId id : molecules) {
     const std::string& name = network.nameOf(id);
-    dot += NodeStatement(name, SafeFileName(name) + ".htm", colors.shapeOf(network, name),
-                         colors.colorOf(network, name));
+    const std::string url = links.linkOf(network, id);
+    std::string node =
+        NodeStatement(name, url, colors.shapeOf(network, name), colors.colorOf(network, name));
+    // The drawing is shown inside a page: its links open as whole pages.
+    const std::size_t afterUrl = node.find(" URL=" + DotQuote(url) + " ");
+    node.insert(afterUrl + 6 + DotQuote(url).size(), "target=\"_top\" ");
+    dot += node;
   }
   dot += " } \n";
   for (const std::uint32_t k : ordered) {
@@ -119,13 +179,13 @@ std::string PathwayMapDot(const Network& network, const ColorShapeTable& colors,
   return dot;
 }
 
-std::string ConnectionMapPage(const Network& network, const PathwayMap& map) {
+std::string ConnectionMapPage(const Network& network, const PathwayMap& map,
+                              const PathwayPageSettings& settings) {
   const std::string base = PathwayMapBaseName(network, map);
-  const std::string& source = network.nameOf(map.source);
-  const std::string& target = network.nameOf(map.target);
-  std::string page = "<html><body><CENTER><H3>Connection map from <a href=\"" +
-                     SafeFileName(source) + ".htm\">" + HtmlEscape(source) + "</a> to <a href=\"" +
-                     SafeFileName(target) + ".htm\">" + HtmlEscape(target) + "</a></H3></CENTER>\n";
+  std::string page = "<html><body>" + QueryLine(settings.query) +
+                     "<CENTER><H3>Connection map from " +
+                     MoleculeAnchor(network, settings.links, map.source) + " to " +
+                     MoleculeAnchor(network, settings.links, map.target) + "</H3></CENTER>\n";
   const Network mapNetwork = MapNetwork(network, map);
   if (mapNetwork.moleculeCount() >= 2) {
     NullProgress quiet;
@@ -144,10 +204,13 @@ std::string ConnectionMapPage(const Network& network, const PathwayMap& map) {
     page += "No pathways were found!";
   }
   page += "<br>\n<center></center>\n</body></html>\n";
-  return page;
+  return WithPageContext(
+      std::move(page), settings.context,
+      "Connection map from " + network.nameOf(map.source) + " to " + network.nameOf(map.target));
 }
 
-std::string QueryFormPage(const Network& network, const std::vector<PathwayMap>& maps) {
+std::string QueryFormPage(const Network& network, const std::vector<PathwayMap>& maps,
+                          const PageContext& context) {
   std::vector<MoleculeId> sources;
   std::vector<MoleculeId> targets;
   for (const PathwayMap& m : maps) {
@@ -167,12 +230,63 @@ std::string QueryFormPage(const Network& network, const std::vector<PathwayMap>&
   page += "</select>\n</td>\n</tr>\n</table>\n";
   page += "<INPUT type=\"button\" value=\"Draw Pathway\" onclick=\"redirect()\">\n";
   page += "</form>\n</body></html>\n";
-  return page;
+  return WithPageContext(std::move(page), context, "Pathway maps");
+}
+
+std::string OwnMoleculePage(const Network& network, MoleculeId id,
+                            const std::vector<PathwayMap>& maps,
+                            const PathwayPageSettings& settings) {
+  const Molecule& m = network.molecule(id);
+  std::string page = "<html><body>\n<h3>" + HtmlEscape(m.name) + "</h3>\n";
+  page += "<b>Type:</b> " + HtmlEscape(m.moleculeType) + "<br>\n";
+  page += "<b>Location:</b> " + HtmlEscape(m.location) + "<br>\n";
+  page += "<b>Accession:</b> " + HtmlEscape(m.accession) + "<br>\n";
+
+  // The maps it is part of, and the distinct interactions it has in them, in network order.
+  std::string mapLinks;
+  std::vector<std::uint32_t> own;
+  for (const PathwayMap& map : maps) {
+    bool inMap = false;
+    for (const std::uint32_t k : map.map.interactions) {
+      const Interaction& i = network.interactions()[k];
+      if (i.source != id && i.target != id) continue;
+      inMap = true;
+      own.push_back(k);
+    }
+    if (!inMap) continue;
+    mapLinks += mapLinks.empty() ? "" : ", ";
+    mapLinks += "<a href=\"" + PathwayMapBaseName(network, map) + ".htm\">" +
+                HtmlEscape(network.nameOf(map.source)) + " to " +
+                HtmlEscape(network.nameOf(map.target)) + "</a>";
+  }
+  std::sort(own.begin(), own.end());
+  own.erase(std::unique(own.begin(), own.end()), own.end());
+  page += "<b>Pathway maps:</b> " + mapLinks + "<br>\n";
+
+  page += "<h4>Interactions in these maps</h4>\n<table border=\"1\" cellpadding=\"3\">\n";
+  page +=
+      "<tr><th>Source</th><th>Effect</th><th>Target</th><th>Interaction type</th>"
+      "<th>PubMed</th></tr>\n";
+  for (const std::uint32_t k : own) {
+    const Interaction& i = network.interactions()[k];
+    page += "<tr><td>" + MoleculeAnchor(network, settings.links, i.source) + "</td><td>" +
+            EffectText(i.effect) + "</td><td>" + MoleculeAnchor(network, settings.links, i.target) +
+            "</td><td>" + HtmlEscape(i.interactionType) + "</td><td>";
+    for (std::size_t p = 0; p < i.pubmedIds.size(); ++p) {
+      const std::string number = std::to_string(i.pubmedIds[p]);
+      if (p > 0) page += " ";
+      page += "<a href=\"" + std::string(kPubmedBase) + number + "/\">" + number + "</a>";
+    }
+    page += "</td></tr>\n";
+  }
+  page += "</table>\n</body></html>\n";
+  return WithPageContext(std::move(page), settings.context, m.name);
 }
 
 PathwayCommandResult RunPathwayCommand(const Network& network, const ColorShapeTable& colors,
                                        const PathwayQuery& query, const fs::path& outputDir,
-                                       Progress& progress, unsigned threads) {
+                                       Progress& progress, unsigned threads,
+                                       const PageContext& context) {
   PathwayCommandResult result;
   result.folder = outputDir / kPathwaysFolder;
   CreateFolder(result.folder);
@@ -183,6 +297,11 @@ PathwayCommandResult RunPathwayCommand(const Network& network, const ColorShapeT
     return result;
   }
 
+  PathwayPageSettings settings;
+  settings.links = MoleculeLinks::Find(network, result.maps, outputDir);
+  settings.context = context.empty() ? context : context.linkingTo(kQueryFormPage);
+  settings.query = DescribeQuery(query);
+
   const std::size_t count = result.maps.size();
   result.baseNames.reserve(count);
   for (std::size_t k = 0; k < count; ++k) {
@@ -191,18 +310,33 @@ PathwayCommandResult RunPathwayCommand(const Network& network, const ColorShapeT
     const std::string base = PathwayMapBaseName(network, map);
     progress.report(k, count, "Drawing pathway map " + base + "... ");
     // Both images are made before anything of this map is written.
-    const std::string dot = PathwayMapDot(network, colors, map);
+    const std::string dot = PathwayMapDot(network, colors, map, settings.links);
     const std::string svg = RenderSvg(dot);
     const std::string jpeg = RenderJpeg(dot);
     WriteFileAtomically(result.folder / (base + ".sig"), PathwayMapSigText(network, map));
     WriteFileAtomically(result.folder / (base + ".svg"), AddSvgNavigation(svg, 2));
     WriteFileAtomically(result.folder / (base + "_plain.svg"), svg);
     WriteFileAtomically(result.folder / (base + ".jpg"), jpeg);
-    WriteFileAtomically(result.folder / (base + ".htm"), ConnectionMapPage(network, map));
+    WriteFileAtomically(result.folder / (base + ".htm"), ConnectionMapPage(network, map, settings));
     result.baseNames.push_back(base);
   }
+  // Own pages for the map molecules the web site does not have.
+  std::vector<std::uint8_t> written(network.moleculeCount() + 1, 0);
+  for (const PathwayMap& map : result.maps) {
+    for (const std::uint32_t k : map.map.interactions) {
+      const Interaction& i = network.interactions()[k];
+      for (const MoleculeId id : {i.source, i.target}) {
+        if (written[id] || settings.links.inSite(id)) continue;
+        written[id] = 1;
+        ThrowIfCancelled(progress);
+        WriteFileAtomically(result.folder / OwnMoleculePageName(network, id),
+                            OwnMoleculePage(network, id, result.maps, settings));
+        ++result.moleculePages;
+      }
+    }
+  }
   result.form = result.folder / kQueryFormPage;
-  WriteFileAtomically(result.form, QueryFormPage(network, result.maps));
+  WriteFileAtomically(result.form, QueryFormPage(network, result.maps, settings.context));
   progress.report(count, count, "Done generating pathways...");
   return result;
 }

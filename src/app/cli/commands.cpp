@@ -38,10 +38,9 @@ struct Loaded {
   ColorShapeTable colors;
 };
 
-// Loads the network and the colours table the drawings use; warnings go to stderr.
-Loaded Load(const CommonOptions& options) {
+// Loads the network; warnings go to stderr.
+Network LoadNetworkOf(const CommonOptions& options) {
   Warnings warnings;
-  const fs::path path = options.network;
   ReadOptions read;
   read.format = ParseNetworkFormat(options.format);
   read.columns = options.columns;
@@ -49,7 +48,7 @@ Loaded Load(const CommonOptions& options) {
       read.format != NetworkFormat::Table) {
     throw std::invalid_argument("column options (--source-col, ...) are for --format table");
   }
-  Network network = LoadNetwork(path, read, &warnings);
+  Network network = LoadNetwork(fs::path(options.network), read, &warnings);
   if (!options.quiet) {
     for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
     const std::vector<std::string> lines = warnings.lines();
@@ -59,6 +58,13 @@ Loaded Load(const CommonOptions& options) {
       std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
     }
   }
+  return network;
+}
+
+// The colours table the drawings use, from beside the network or the output folder; the
+// default table is written to the output folder when there is none.
+ColorShapeTable LoadColorsOf(const CommonOptions& options) {
+  const fs::path path = options.network;
   const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
   bool wroteDefault = false;
   ColorShapeTable colors =
@@ -67,7 +73,13 @@ Loaded Load(const CommonOptions& options) {
     std::cerr << "tessel: note: wrote the default colours table "
               << (fs::path(options.output) / kColorTableFileName).string() << "\n";
   }
-  return {std::move(network), std::move(colors)};
+  return colors;
+}
+
+// Loads the network and the colours table the drawings use.
+Loaded Load(const CommonOptions& options) {
+  Network network = LoadNetworkOf(options);
+  return {std::move(network), LoadColorsOf(options)};
 }
 
 Json TallyJson(const ValueTally& tally) {
@@ -285,16 +297,28 @@ int RunMatrix(const CommonOptions& options, std::string to, int size) {
   return 0;
 }
 
+namespace {
+
+// The routes the easy query prints: the shortest first, at most this many.
+constexpr std::size_t kRoutesShown = 50;
+
+std::string RouteText(const Network& network, const Route& route) {
+  std::string text;
+  for (const MoleculeId id : route.molecules) {
+    if (!text.empty()) text += " -> ";
+    text += network.nameOf(id);
+  }
+  return text + "  (" + (route.negative ? "-" : "+") + ", " +
+         std::to_string(route.molecules.size()) + " steps)";
+}
+
+}  // namespace
+
 int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptions) {
-  const Loaded loaded = Load(options);
-  const Network& network = loaded.network;
+  const Network network = LoadNetworkOf(options);
   PathwayQuery query;
-  if (!pathwayOptions.easy.empty()) {
-    for (const std::string& name : pathwayOptions.easy) {
-      if (network.findId(name) == 0) {
-        throw std::invalid_argument("no molecule named \"" + name + "\" in " + options.network);
-      }
-    }
+  const bool easy = !pathwayOptions.easy.empty();
+  if (easy) {
     query = PathwayQuery::Easy(pathwayOptions.easy.at(0), pathwayOptions.easy.at(1),
                                pathwayOptions.directOnly);
   } else {
@@ -307,9 +331,30 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
     query.maxSize = pathwayOptions.maxSize;
     query.directOnly = pathwayOptions.directOnly;
   }
+  // A condition that picks no molecule is almost always a misspelling: say so before
+  // anything is written.
+  const std::vector<std::string> unmatched = UnmatchedConditions(network, query);
+  if (!unmatched.empty()) {
+    for (const std::string& message : unmatched) {
+      std::cerr << "tessel: error: " << options.network << ": " << message << "\n";
+    }
+    return 1;
+  }
+  const ColorShapeTable colors = LoadColorsOf(options);
   TerminalProgress progress(!options.quiet);
+
+  // The easy query also lists the routes themselves.
+  RouteList routes;
+  int routeSteps = query.maxSteps;
+  if (easy) {
+    if (pathwayOptions.maxStepsGiven) routeSteps = pathwayOptions.maxSteps;
+    routes = ListRoutes(network, network.findId(pathwayOptions.easy[0]),
+                        network.findId(pathwayOptions.easy[1]), routeSteps, query.directOnly,
+                        kRoutesShown, &progress);
+  }
+
   const PathwayCommandResult result = RunPathwayCommand(
-      network, loaded.colors, query, options.output, progress, pathwayOptions.threads);
+      network, colors, query, options.output, progress, pathwayOptions.threads, ContextOf(options));
   progress.finish();
   if (options.json) {
     Json maps = Json::array();
@@ -326,8 +371,39 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
     Json j{{"maps", maps}, {"folder", result.folder.string()}};
     j["form"] = result.maps.empty() ? Json(nullptr) : Json(result.form.string());
     if (result.maps.empty()) j["message"] = kNoPathwaysMessage;
+    if (easy) {
+      Json list = Json::array();
+      for (const Route& route : routes.routes) {
+        Json names = Json::array();
+        for (const MoleculeId id : route.molecules) names.push_back(network.nameOf(id));
+        list.push_back({{"molecules", names},
+                        {"sign", route.negative ? "-" : "+"},
+                        {"steps", route.molecules.size()}});
+      }
+      j["routes"] = list;
+      j["routes_total"] = routes.total;
+      j["routes_complete"] = routes.complete;
+    }
     Print(j);
-  } else if (result.maps.empty()) {
+    return 0;
+  }
+  if (easy) {
+    if (routes.total == 0) {
+      std::cout << "No route from " << pathwayOptions.easy[0] << " to " << pathwayOptions.easy[1]
+                << " in up to " << routeSteps << " steps\n";
+    } else {
+      std::cout << (routes.complete ? "" : "at least ") << routes.total
+                << (routes.total == 1 ? " route" : " routes") << " from " << pathwayOptions.easy[0]
+                << " to " << pathwayOptions.easy[1] << " in up to " << routeSteps
+                << " steps (molecules on the route), shortest first:\n";
+      for (const Route& route : routes.routes) std::cout << RouteText(network, route) << "\n";
+      if (routes.total > routes.routes.size()) {
+        std::cout << "... and " << (routes.complete ? "" : "at least ")
+                  << routes.total - routes.routes.size() << " more routes\n";
+      }
+    }
+  }
+  if (result.maps.empty()) {
     std::cout << kNoPathwaysMessage << "\n";
   } else {
     for (std::size_t k = 0; k < result.maps.size(); ++k) {

@@ -42,6 +42,7 @@ struct PathwayOptions {
   std::vector<std::string> sources;  // KIND=VALUE; empty: Type=Ligand
   std::vector<std::string> targets;  // KIND=VALUE; empty: Type=TF
   int maxSteps = 9;
+  bool maxStepsGiven = false;  // with --easy, --max-steps bounds the routes listed
   int maxSize = 70;
   bool directOnly = false;
   std::vector<std::string> easy;  // SOURCE TARGET: the easy interface's query

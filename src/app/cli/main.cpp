@@ -160,10 +160,12 @@ int main(int argc, char** argv) {
                    "target condition KIND=VALUE; up to four, any may match (default: Type=TF)")
       ->allow_extra_args(false)
       ->check(kConditionCheck);
-  pathwaysCmd
-      ->add_option("--max-steps", pathwayOptions.maxSteps,
-                   "most molecules on a path, both ends counted (default: 9)")
-      ->check(CLI::Range(2, 1000));
+  auto* maxStepsOption =
+      pathwaysCmd
+          ->add_option("--max-steps", pathwayOptions.maxSteps,
+                       "most molecules on a path, both ends counted (default: 9; with --easy "
+                       "it bounds the routes listed, the map keeps 8)")
+          ->check(CLI::Range(2, 1000));
   pathwaysCmd
       ->add_option("--max-size", pathwayOptions.maxSize,
                    "map-size threshold in interactions (default: 70)")
@@ -173,7 +175,8 @@ int main(int argc, char** argv) {
   auto* easyOption =
       pathwaysCmd
           ->add_option("--easy", pathwayOptions.easy,
-                       "SOURCE TARGET: one source and one target by name, 8 steps, size 50")
+                       "SOURCE TARGET: one source and one target by name, 8 steps, size 50; "
+                       "also lists the routes from SOURCE to TARGET")
           ->expected(2);
   pathwaysCmd->add_option("--threads", pathwayOptions.threads, "worker threads (default: all)");
 
@@ -312,6 +315,7 @@ int main(int argc, char** argv) {
                      "and --target\n";
         return 2;
       }
+      pathwayOptions.maxStepsGiven = maxStepsOption->count() > 0;
       return RunPathways(pathways, pathwayOptions);
     }
     if (*shuffleCmd) {
