@@ -143,6 +143,12 @@ std::vector<std::size_t> NeighbourhoodEdgeLengths(const Network& network, Molecu
   return lengths;
 }
 
+std::string_view NeighbourhoodSpreadAttributes(const std::vector<std::size_t>& lengths) {
+  const bool spread =
+      std::any_of(lengths.begin(), lengths.end(), [](std::size_t length) { return length > 1; });
+  return spread ? "nodesep=0.05;\n" : "";
+}
+
 std::string NetworkDot(const Network& network, const ColorShapeTable& colors,
                        const NetworkDrawingOptions& options) {
   std::string out = "digraph G {size=";

@@ -48,6 +48,10 @@ inline constexpr std::size_t kSpreadNeighbours = 12;
 // The minimum length of each interaction's edge (all 1 for a small neighbourhood).
 std::vector<std::size_t> NeighbourhoodEdgeLengths(const Network& network, MoleculeId hub,
                                                   const std::vector<std::uint32_t>& interactions);
+// Graph attributes for a spread neighbourhood (some length above 1): a narrow node
+// separation, since every long edge passes each rank as a column of its own. Empty
+// otherwise.
+std::string_view NeighbourhoodSpreadAttributes(const std::vector<std::size_t>& lengths);
 
 // The graph attributes that lay a large drawing out quickly: the sfdp engine, overlap
 // removal and straight edges, with a resolution that keeps the JPEG image bounded. Written

@@ -328,6 +328,7 @@ void WriteMoleculeDrawing(const Site& site, MoleculeId id,
                           const std::vector<std::uint32_t>& interactions) {
   const std::vector<std::size_t> lengths = NeighbourhoodEdgeLengths(site.network, id, interactions);
   std::string dot = "digraph G {size=\"7.5,10\";";
+  dot += NeighbourhoodSpreadAttributes(lengths);
   for (std::size_t k = 0; k < interactions.size(); ++k) {
     AppendInteractionDot(dot, site, site.network.interactions()[interactions[k]], lengths[k]);
   }
