@@ -58,8 +58,8 @@ TEST(MotifPage, DrawsTheFirstMotifsWithSignsAndListsTheOthersByName) {
   const std::string page = MotifPage(net, MotifKind::FeedbackLoop3, six, 4);
   EXPECT_NE(page.find("Total found: 6<br><p>Showing drawings of the first 4 of 6 motifs; the "
                       "others are listed by name below.</p><table><tr>"
-                      "<td><img src=\"feedback_loops3_30001.jpg\"><br>+</td>"
-                      "<td><img src=\"feedback_loops3_30002.jpg\"><br>-</td>"),
+                      "<td><img src=\"feedback_loops3_30001.jpg\"><br>positive (+)</td>"
+                      "<td><img src=\"feedback_loops3_30002.jpg\"><br>negative (-)</td>"),
             std::string::npos)
       << page;
   EXPECT_EQ(page.find("30005"), std::string::npos);

@@ -135,7 +135,7 @@ std::string MotifPage(const Network& network, MotifKind kind, const std::vector<
     if (i % 4 == 0) page += "<tr>";
     if (maxDrawings > 0) {
       page += "<td><img src=\"" + MotifDrawingName(kind, i) + ".jpg\">";
-      if (isSigned) page += motifs[i].sign < 0 ? "<br>-" : "<br>+";
+      if (isSigned) page += motifs[i].sign < 0 ? "<br>negative (-)" : "<br>positive (+)";
       page += "</td>";
     } else {
       page += "<td>" + HtmlEscape(MotifNames(network, kind, motifs[i])) + "</td>";
