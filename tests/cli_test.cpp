@@ -177,6 +177,18 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
     EXPECT_TRUE(fs::exists(fs::path(out) / "TESSEL_motifs" / "bifans_40001.jpg"));
   }
   EXPECT_EQ(RunTessel(dir, {"motifs", "--kinds", "fbl6", lbc}).exitCode, 2);
+  // A drawing limit leaves the counts alone and lists the other motifs by name.
+  const auto capped = (dir / "capped").string();
+  r = RunTessel(dir, {"motifs", "--json", "-q", "--kinds", "bifan", "--max-drawings", "1", "-o",
+                      capped, lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(nlohmann::json::parse(r.out)["bifan"], j["bifan"]);
+  EXPECT_TRUE(fs::exists(fs::path(capped) / "TESSEL_motifs" / "bifans_40001.jpg"));
+  EXPECT_FALSE(fs::exists(fs::path(capped) / "TESSEL_motifs" / "bifans_40002.jpg"));
+  EXPECT_NE(test::ReadFile(fs::path(capped) / "TESSEL_motifs" / "bifans.htm")
+                .find("Showing drawings of the first 1 of " +
+                      std::to_string(j["bifan"]["total"].get<int>()) + " motifs"),
+            std::string::npos);
 
   r = RunTessel(dir, {"draw", "-q", "--base", "whole", "-o", out, lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
@@ -184,6 +196,19 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
     EXPECT_GT(fs::file_size(fs::path(out) / (std::string("whole") + ext)), 100u) << ext;
   }
   EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 1);
+  // Above 100 molecules the drawing wants --force.
+  const std::string large = Example("omnipath_signed.sig");
+  r = RunTessel(dir, {"draw", "-q", "--base", "large", "-o", out, large});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_NE(r.err.find("omnipath_signed.sig has 678 molecules; drawings above 100 molecules can "
+                       "take long; add --force to draw it"),
+            std::string::npos)
+      << r.err;
+  EXPECT_FALSE(fs::exists(fs::path(out) / "large.dot"));
+  r = RunTessel(dir, {"draw", "--force", "--base", "large", "-o", out, large});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_NE(r.err.find("laid out with sfdp"), std::string::npos) << r.err;
+  EXPECT_GT(fs::file_size(fs::path(out) / "large.jpg"), 1000u);
 
   r = RunTessel(dir, {"export", "mfinder", "-q", "--to", (dir / "mf.txt").string(), lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;

@@ -108,5 +108,29 @@ TEST(Dot, LegendShowsArrowsThenTheNetworksTypesTopDown) {
             "Other entries of the colours table|TF|default|");
 }
 
+TEST(Dot, HubNeighbourhoodsAreSpreadOverRanksAndSmallOnesAreLeftAlone) {
+  // H acts on 20 molecules and is acted on by 3: only the larger side is spread,
+  // round-robin over ceil(sqrt(20)) = 5 ranks; the self-interaction keeps length 1.
+  std::string edges = "S1 H +\nS2 H _\nS3 H +\nH H +\n";
+  for (int k = 0; k < 20; ++k) edges += "H T" + std::to_string(k) + " +\n";
+  const Network network = test::NetworkFromEdges(edges);
+  const MoleculeId hub = network.findId("H");
+  std::vector<std::uint32_t> all(network.interactionCount());
+  for (std::uint32_t k = 0; k < all.size(); ++k) all[k] = k;
+  std::vector<std::size_t> expected = {1, 1, 1, 1};
+  for (std::size_t k = 0; k < 20; ++k) expected.push_back(1 + k % 5);
+  const std::vector<std::size_t> lengths = NeighbourhoodEdgeLengths(network, hub, all);
+  EXPECT_EQ(lengths, expected);
+  EXPECT_EQ(NeighbourhoodSpreadAttributes(lengths), "nodesep=0.05;\n");
+  EXPECT_EQ(WithMinimumLength("\"H\" -> \"T1\" [color=\"x\"] ;", 2),
+            "\"H\" -> \"T1\" [color=\"x\"]  [minlen=2];");
+
+  const std::vector<std::uint32_t> few(all.begin(), all.begin() + 4 + kSpreadNeighbours);
+  const std::vector<std::size_t> plain = NeighbourhoodEdgeLengths(network, hub, few);
+  EXPECT_EQ(plain, std::vector<std::size_t>(few.size(), 1));
+  EXPECT_EQ(NeighbourhoodSpreadAttributes(plain), "");
+  EXPECT_EQ(WithMinimumLength("\"H\" -> \"T1\";", 1), "\"H\" -> \"T1\";");
+}
+
 }  // namespace
 }  // namespace tessel

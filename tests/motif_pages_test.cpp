@@ -1,6 +1,7 @@
 // Motif pages, index and drawings; safe file names for molecule pages.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <set>
 
@@ -46,18 +47,62 @@ TEST(MotifPage, RowsOfFourAllClosedAndImageNamesMatchDrawings) {
   // Without drawings the cells name the molecules, escaped.
   const Network odd = NetworkFromEdges("<a> b +\nb c +\nc <a> +\n");
   EXPECT_NE(MotifPage(odd, MotifKind::FeedbackLoop3, {MotifOf(odd, {"<a>", "b", "c"})}, false)
-                .find("<td>&lt;a&gt; - b - c</td>"),
+                .find("<td>&lt;a&gt; - b - c (+)</td>"),
             std::string::npos);
 }
 
-TEST(MotifPage, IndexListsOnlyTheKindsSearchedInFixedOrder) {
-  EXPECT_EQ(MotifsIndexPage({MotifKind::Bifan}),
-            "<html><body>Found motifs:<br><a href=\"bifans.htm\">Bifans</a><br></body></html>");
+TEST(MotifPage, DrawsTheFirstMotifsWithSignsAndListsTheOthersByName) {
+  const Network net = NetworkFromEdges("A B +\nB C _\nC A +\n");
+  std::vector<Motif> six(6, MotifOf(net, {"A", "B", "C"}));
+  for (std::size_t i = 0; i < six.size(); ++i) six[i].sign = i % 2 == 0 ? 1 : -1;
+  const std::string page = MotifPage(net, MotifKind::FeedbackLoop3, six, 4);
+  EXPECT_NE(page.find("Total found: 6<br><p>Showing drawings of the first 4 of 6 motifs; the "
+                      "others are listed by name below.</p><table><tr>"
+                      "<td><img src=\"feedback_loops3_30001.jpg\"><br>positive (+)</td>"
+                      "<td><img src=\"feedback_loops3_30002.jpg\"><br>negative (-)</td>"),
+            std::string::npos)
+      << page;
+  EXPECT_EQ(page.find("30005"), std::string::npos);
+  EXPECT_NE(page.find("</tr>\n</table>\n<ol start=\"5\">\n<li>A - B - C (+)</li>\n"
+                      "<li>A - B - C (-)</li>\n</ol></body></html>"),
+            std::string::npos)
+      << page;
+  // All drawn, or none: no sentence, no list.
+  EXPECT_EQ(MotifPage(net, MotifKind::FeedbackLoop3, six, 6).find("<ol"), std::string::npos);
+  const std::string names = MotifPage(net, MotifKind::FeedbackLoop3, six, 0);
+  EXPECT_EQ(names.find("Showing"), std::string::npos);
+  EXPECT_NE(names.find("<td>A - B - C (-)</td></tr>\n<tr><td>A - B - C (+)</td>"),
+            std::string::npos);
+  // Unsigned kinds show no sign.
+  EXPECT_EQ(MotifNames(net, MotifKind::Scaffold, six[1]), "A - B - C");
+}
+
+MotifResult ResultOf(MotifKind kind, std::size_t total, std::size_t positive = 0) {
+  MotifResult r;
+  r.kind = kind;
+  r.motifs.resize(total);
+  r.positive = positive;
+  r.negative = MotifIsSigned(kind) ? total - positive : 0;
+  return r;
+}
+
+TEST(MotifPage, IndexListsTheKindsSearchedInFixedOrderWithTheirCounts) {
+  EXPECT_EQ(MotifsIndexPage({ResultOf(MotifKind::Bifan, 2)}),
+            "<html><body>Found motifs:<br><a href=\"bifans.htm\">Bifans</a><br>"
+            "<br><table border=\"1\" cellpadding=\"3\"><tr><th>Kind</th><th>Total</th>"
+            "<th>Positive</th><th>Negative</th></tr>\n"
+            "<tr><td><a href=\"bifans.htm\">Bifans</a></td><td>2</td><td>&ndash;</td>"
+            "<td>&ndash;</td></tr>\n</table></body></html>");
   const std::string all =
-      MotifsIndexPage({MotifKind::FeedforwardLoop4, MotifKind::Scaffold, MotifKind::FeedbackLoop3});
+      MotifsIndexPage({ResultOf(MotifKind::FeedforwardLoop4, 0), ResultOf(MotifKind::Scaffold, 1),
+                       ResultOf(MotifKind::FeedbackLoop3, 5, 3)});
   EXPECT_LT(all.find("scaffolds.htm"), all.find("feedback_loops3.htm"));
   EXPECT_LT(all.find("feedback_loops3.htm"), all.find("feedforward_loops4.htm"));
   EXPECT_EQ(all.find("bifans.htm"), std::string::npos);
+  EXPECT_NE(all.find("Feedback loops of size 3</a></td><td>5</td><td>3</td><td>2</td>"),
+            std::string::npos);
+  EXPECT_NE(all.find("Feedforward loops of size 4</a></td><td>0</td><td>0</td><td>0</td>"),
+            std::string::npos);
 }
 
 TEST(MotifDrawing, NodesColoursAndTraversedEdges) {
@@ -121,15 +166,25 @@ TEST(ExampleDrawings, EveryMotifAndWholeNetworkDrawingRenders) {
     const Network net = LoadNetwork(test::DataDir() / "networks" / name);
     test::ScratchDir dir;
     NullProgress progress;
+    MotifCommandOptions options;
+    options.kinds = all;
+    options.threads = 2;
+    options.context = {name, "tessel motifs", "2026-01-01 10:00", "1.0", ""};
     const MotifCommandResult result =
-        RunMotifCommand(net, ColorShapeTable::Defaults(), {all, true, 2}, dir.path(), progress);
+        RunMotifCommand(net, ColorShapeTable::Defaults(), options, dir.path(), progress);
     ASSERT_EQ(result.results.size(), all.size());
     std::size_t drawings = 0;
     for (const MotifResult& r : result.results) {
       const std::string page =
           test::ReadFile(result.folder / (std::string(MotifFileStem(r.kind)) + ".htm"));
       EXPECT_NE(page.find("Total found: " + std::to_string(r.total()) + "<br>"), std::string::npos);
-      for (std::size_t i = 0; i < r.total(); ++i, ++drawings) {
+      // Every page names the network and leads back to the index.
+      EXPECT_NE(page.find(name), std::string::npos);
+      EXPECT_NE(page.find("<a href=\"motifs.htm\">"), std::string::npos);
+      const std::size_t drawn = std::min(r.total(), kDefaultMaxDrawings);
+      EXPECT_FALSE(
+          std::filesystem::exists(result.folder / (MotifDrawingName(r.kind, drawn) + ".jpg")));
+      for (std::size_t i = 0; i < drawn; ++i, ++drawings) {
         const std::string jpeg =
             test::ReadFile(result.folder / (MotifDrawingName(r.kind, i) + ".jpg"));
         ASSERT_GT(jpeg.size(), 2u);

@@ -266,5 +266,53 @@ TEST(Drawing, AwkwardNamesGiveDotJpegAndWellFormedNavigableSvg) {
   EXPECT_EQ(std::distance(fs::directory_iterator(dir / "out"), fs::directory_iterator()), 3);
 }
 
+TEST(Drawing, LargeNetworksSwitchToTheFastEngineAndSmallOnesKeepTheirText) {
+  const ColorShapeTable colors = ColorShapeTable::Defaults();
+  const auto chain = [](std::size_t molecules, std::size_t extra) {
+    std::string edges;
+    for (std::size_t k = 1; k < molecules; ++k) {
+      edges += "M" + std::to_string(k) + " M" + std::to_string(k + 1) + " +\n";
+    }
+    for (std::size_t k = 0; k < extra; ++k) {  // chords, to pass the interaction limit
+      const std::size_t from = k % molecules, to = (from + 2 + k / molecules) % molecules;
+      edges += "M" + std::to_string(from + 1) + " M" + std::to_string(to + 1) + " _\n";
+    }
+    return test::NetworkFromEdges(edges);
+  };
+  const Network small =
+      chain(kFastLayoutMolecules, kFastLayoutInteractions - kFastLayoutMolecules + 1);
+  ASSERT_EQ(small.interactionCount(), kFastLayoutInteractions);
+  EXPECT_FALSE(UsesFastLayout(small));
+  EXPECT_TRUE(UsesFastLayout(chain(kFastLayoutMolecules + 1, 0)));
+  EXPECT_TRUE(UsesFastLayout(chain(50, kFastLayoutInteractions)));
+
+  test::ScratchDir dir;
+  const Network tiny = chain(3, 0);
+  DrawNetwork(tiny, colors, dir.path(), "tiny");
+  EXPECT_EQ(test::ReadFile(dir / "tiny.dot"), NetworkDot(tiny, colors));
+  EXPECT_EQ(NetworkDot(tiny, colors).find("layout"), std::string::npos);
+
+  // The large drawing states its engine, and the layout, SVG and JPEG steps are reported.
+  struct Steps : Progress {
+    std::vector<std::string> texts;
+    void report(std::size_t, std::size_t, std::string_view text) override {
+      if (texts.empty() || texts.back() != text) texts.emplace_back(text);
+    }
+  } steps;
+  const Network large = chain(kFastLayoutMolecules + 1, 0);
+  const DrawResult drawn = DrawNetwork(large, colors, dir.path(), "large", steps);
+  const std::string dot = test::ReadFile(drawn.dot);
+  EXPECT_TRUE(dot.starts_with("digraph G {size=\"37.5,50\";concentrate=false;\n/*"))
+      << dot.substr(0, 200);
+  EXPECT_NE(dot.find("\nlayout=sfdp;"), std::string::npos);
+  EXPECT_EQ(steps.texts,
+            (std::vector<std::string>{"Laying out the drawing", "Rendering the SVG drawing",
+                                      "Rendering the JPEG image", "Drawing rendered"}));
+  EXPECT_TRUE(test::ReadFile(drawn.jpeg).starts_with("\xFF\xD8\xFF"));
+  pugi::xml_document doc;
+  ASSERT_TRUE(doc.load_string(test::ReadFile(drawn.svg).c_str()));
+  EXPECT_EQ(CountOf(doc, "//g[@id='Pathway']//g[@class='node']"), kFastLayoutMolecules + 1);
+}
+
 }  // namespace
 }  // namespace tessel

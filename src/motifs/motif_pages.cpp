@@ -107,45 +107,88 @@ std::string MotifDrawingName(MotifKind kind, std::size_t index) {
          std::to_string(DrawingNumberBase(kind) + index + 1);
 }
 
+std::string MotifNames(const Network& network, MotifKind kind, const Motif& motif) {
+  std::string text;
+  for (std::size_t k = 0; k < motif.molecules.size(); ++k) {
+    if (k > 0) text += " - ";
+    text += network.nameOf(motif.molecules[k]);
+  }
+  if (MotifIsSigned(kind)) text += motif.sign < 0 ? " (-)" : " (+)";
+  return text;
+}
+
 std::string MotifPage(const Network& network, MotifKind kind, const std::vector<Motif>& motifs,
-                      bool drawings) {
+                      std::size_t maxDrawings, const PageContext& context) {
   const std::size_t count = motifs.size();
-  std::string page = "<html><body>Total found: " + std::to_string(count) + "<br><table>";
-  for (std::size_t i = 0; i < count; ++i) {
+  const std::size_t drawn = std::min(count, maxDrawings);
+  const bool isSigned = MotifIsSigned(kind);
+  std::string page = "<html><body>Total found: " + std::to_string(count) + "<br>";
+  if (drawn > 0 && drawn < count) {
+    page += "<p>Showing drawings of the first " + std::to_string(drawn) + " of " +
+            std::to_string(count) + " motifs; the others are listed by name below.</p>";
+  }
+  page += "<table>";
+  // Without drawings every motif gets a cell naming its molecules; with drawings the cells
+  // hold the drawn ones.
+  const std::size_t cells = maxDrawings == 0 ? count : drawn;
+  for (std::size_t i = 0; i < cells; ++i) {
     if (i % 4 == 0) page += "<tr>";
-    if (drawings) {
-      page += "<td><img src=\"" + MotifDrawingName(kind, i) + ".jpg\"></td>";
-    } else {
-      // Without drawings each cell names the motif's molecules.
-      page += "<td>";
-      for (std::size_t k = 0; k < motifs[i].molecules.size(); ++k) {
-        if (k > 0) page += " - ";
-        page += HtmlEscape(network.nameOf(motifs[i].molecules[k]));
-      }
+    if (maxDrawings > 0) {
+      page += "<td><img src=\"" + MotifDrawingName(kind, i) + ".jpg\">";
+      if (isSigned) page += motifs[i].sign < 0 ? "<br>negative (-)" : "<br>positive (+)";
       page += "</td>";
+    } else {
+      page += "<td>" + HtmlEscape(MotifNames(network, kind, motifs[i])) + "</td>";
     }
     if ((i + 1) % 4 == 0) page += "</tr>\n";
   }
-  if (count % 4 != 0) page += "</tr>";
-  page += "</table></body></html>";
-  return page;
-}
-
-std::string MotifsIndexPage(const std::vector<MotifKind>& kinds) {
-  const auto has = [&kinds](MotifKind k) {
-    return std::find(kinds.begin(), kinds.end(), k) != kinds.end();
-  };
-  std::string page = "<html><body>Found motifs:<br>";
-  for (const KindPage& kind : kKindPages) {
-    if (!has(kind.kind)) continue;
-    page += "<a href=\"";
-    page += kind.stem;
-    page += ".htm\">";
-    page += kind.title;
-    page += "</a><br>";
+  if (cells % 4 != 0) page += "</tr>";
+  page += "</table>";
+  if (cells < count) {
+    page += "\n<ol start=\"" + std::to_string(cells + 1) + "\">\n";
+    for (std::size_t i = cells; i < count; ++i) {
+      page += "<li>" + HtmlEscape(MotifNames(network, kind, motifs[i])) + "</li>\n";
+    }
+    page += "</ol>";
   }
   page += "</body></html>";
-  return page;
+  return WithPageContext(std::move(page), context, PageOf(kind).title);
+}
+
+std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageContext& context) {
+  std::vector<const MotifResult*> ordered;
+  for (const KindPage& kind : kKindPages) {
+    for (const MotifResult& r : results) {
+      if (r.kind == kind.kind) {
+        ordered.push_back(&r);
+        break;
+      }
+    }
+  }
+  std::string page = "<html><body>Found motifs:<br>";
+  std::string table =
+      "<table border=\"1\" cellpadding=\"3\"><tr><th>Kind</th><th>Total</th><th>Positive</th>"
+      "<th>Negative</th></tr>\n";
+  for (const MotifResult* r : ordered) {
+    const KindPage& kind = PageOf(r->kind);
+    std::string link = "<a href=\"";
+    link += kind.stem;
+    link += ".htm\">";
+    link += kind.title;
+    link += "</a>";
+    page += link + "<br>";
+    table += "<tr><td>" + link + "</td><td>" + std::to_string(r->total()) + "</td>";
+    if (MotifIsSigned(r->kind)) {
+      table += "<td>" + std::to_string(r->positive) + "</td><td>" + std::to_string(r->negative) +
+               "</td></tr>\n";
+    } else {
+      table += "<td>&ndash;</td><td>&ndash;</td></tr>\n";
+    }
+  }
+  table += "</table>";
+  if (!ordered.empty()) page += "<br>" + table;
+  page += "</body></html>";
+  return WithPageContext(std::move(page), context, "Network motifs");
 }
 
 MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable& colors,
@@ -155,31 +198,33 @@ MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable
   result.folder = outputDir / kMotifsFolder;
   CreateFolder(result.folder);
 
-  std::vector<MotifKind> searched;
+  const std::size_t maxDrawings = options.drawings ? options.maxDrawings : 0;
+  const PageContext kindContext = options.context.linkingTo(kMotifsIndexPage);
   for (const MotifKind kind : MotifCommandOrder()) {
     if (std::find(options.kinds.begin(), options.kinds.end(), kind) == options.kinds.end()) {
       continue;
     }
-    searched.push_back(kind);
     const std::string status = MotifStatusText(kind);
     progress.report(0, 1, status);
     NamedProgress searchProgress(progress, status);
     MotifResult found = FindMotifs(network, kind, searchProgress, options.threads);
-    if (options.drawings) {
+    const std::size_t drawn = std::min(found.motifs.size(), maxDrawings);
+    if (drawn > 0) {
       const std::string drawingText = "Drawing " + std::string(MotifFileStem(kind));
-      for (std::size_t i = 0; i < found.motifs.size(); ++i) {
+      for (std::size_t i = 0; i < drawn; ++i) {
         ThrowIfCancelled(progress);
-        progress.report(i, found.motifs.size(), drawingText);
+        progress.report(i, drawn, drawingText);
         RenderJpegFile(MotifDot(network, colors, found.motifs[i]),
                        result.folder / (MotifDrawingName(kind, i) + ".jpg"));
       }
     }
     WriteFileAtomically(result.folder / (std::string(MotifFileStem(kind)) + ".htm"),
-                        MotifPage(network, kind, found.motifs, options.drawings));
+                        MotifPage(network, kind, found.motifs, maxDrawings, kindContext));
     result.results.push_back(std::move(found));
   }
   result.indexPage = result.folder / kMotifsIndexPage;
-  WriteFileAtomically(result.indexPage, MotifsIndexPage(searched));
+  WriteFileAtomically(result.indexPage,
+                      MotifsIndexPage(result.results, options.context.linkingTo({})));
   return result;
 }
 

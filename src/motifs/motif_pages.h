@@ -9,11 +9,17 @@
 
 #include "model/color_table.h"
 #include "motifs/motif_search.h"
+#include "output/page_context.h"
 
 namespace tessel {
 
 inline constexpr const char* kMotifsFolder = "TESSEL_motifs";
 inline constexpr const char* kMotifsIndexPage = "motifs.htm";
+
+// How many motifs of each kind are drawn by default. A large network holds tens of
+// thousands of motifs of a kind; drawing them all fills the disk and gives pages that take
+// long to open. The motifs beyond the limit are listed by name.
+inline constexpr std::size_t kDefaultMaxDrawings = 500;
 
 // The kinds the motif command offers, in the order it processes them.
 const std::vector<MotifKind>& MotifCommandOrder();
@@ -31,18 +37,29 @@ std::string MotifDot(const Network& network, const ColorShapeTable& colors, cons
 // three molecules, stem_40001 for four, stem_50001 for five.
 std::string MotifDrawingName(MotifKind kind, std::size_t index);
 
-// The kind's page: the total and a table of four drawings a row (without drawings, each
-// cell names the motif's molecules).
-std::string MotifPage(const Network& network, MotifKind kind, const std::vector<Motif>& motifs,
-                      bool drawings = true);
+// A motif's molecule names joined by " - ", followed by its sign for signed kinds:
+// "EGF - EGFR - GRB2 (+)". Not escaped.
+std::string MotifNames(const Network& network, MotifKind kind, const Motif& motif);
 
-// The index page linking the pages of the kinds searched.
-std::string MotifsIndexPage(const std::vector<MotifKind>& kinds);
+// The kind's page: the total and a table of four drawings a row, each with its sign for
+// signed kinds. Only the first `maxDrawings` motifs are drawn; the page says so and lists
+// the others by name below the table. With `maxDrawings` 0 the table's cells name the
+// motifs instead.
+std::string MotifPage(const Network& network, MotifKind kind, const std::vector<Motif>& motifs,
+                      std::size_t maxDrawings = kDefaultMaxDrawings,
+                      const PageContext& context = {});
+
+// The index page linking the pages of the kinds searched, with a table of each kind's
+// total and, for signed kinds, its positive and negative counts.
+std::string MotifsIndexPage(const std::vector<MotifResult>& results,
+                            const PageContext& context = {});
 
 struct MotifCommandOptions {
   std::vector<MotifKind> kinds;  // any order; processed in MotifCommandOrder()
-  bool drawings = true;
+  bool drawings = true;          // false draws nothing, as maxDrawings 0 does
   unsigned threads = 0;
+  std::size_t maxDrawings = kDefaultMaxDrawings;  // per kind
+  PageContext context;  // shown on every page (the start page link is set here)
 };
 
 struct MotifCommandResult {

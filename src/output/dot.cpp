@@ -1,7 +1,9 @@
 #include "output/dot.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <unordered_map>
 #include <vector>
 
 #include "util/safe_name.h"
@@ -53,7 +55,16 @@ constexpr std::string_view kActivating = " [arrowhead=\"normal\", color=\"darkgr
 constexpr std::string_view kInhibiting = " [arrowhead=\"tee\",arrowsize=\"3.0\", color=\"red1\"] ";
 constexpr std::string_view kNeutral = " [arrowhead=\"box\",arrowtail=\"box\", color=\"blue1\"] ";
 
+constexpr std::string_view kFastLayout =
+    "/* a large network: laid out with sfdp and straight edges, which take seconds where dot "
+    "takes many minutes */\n"
+    "layout=sfdp;overlap=prism;splines=false;outputorder=edgesfirst;dpi=72;\n";
+
 }  // namespace
+
+std::string_view FastLayoutAttributes() {
+  return kFastLayout;
+}
 
 std::string DotQuote(std::string_view text) {
   std::string out;
@@ -145,12 +156,54 @@ std::string LegendDot(const ColorShapeTable& colors, const Network& network) {
   return dot;
 }
 
+std::string WithMinimumLength(std::string edgeStatement, std::size_t minlen) {
+  if (minlen <= 1 || edgeStatement.empty() || edgeStatement.back() != ';') return edgeStatement;
+  edgeStatement.pop_back();
+  edgeStatement += " [minlen=" + std::to_string(minlen) + "];";
+  return edgeStatement;
+}
+
+std::vector<std::size_t> NeighbourhoodEdgeLengths(const Network& network, MoleculeId hub,
+                                                  const std::vector<std::uint32_t>& interactions) {
+  // Distinct neighbours on each side: 0 those the hub acts on, 1 those acting on it.
+  std::unordered_map<MoleculeId, std::size_t> index[2];
+  std::vector<std::pair<int, std::size_t>> place(interactions.size(), {-1, 0});
+  for (std::size_t k = 0; k < interactions.size(); ++k) {
+    const Interaction& i = network.interactions()[interactions[k]];
+    if (i.source == i.target) continue;
+    const int side = i.source == hub ? 0 : 1;
+    const MoleculeId other = side == 0 ? i.target : i.source;
+    const auto [at, added] = index[side].try_emplace(other, index[side].size());
+    place[k] = {side, at->second};
+  }
+  std::size_t levels[2];
+  for (int side = 0; side < 2; ++side) {
+    const std::size_t count = index[side].size();
+    levels[side] = count <= kSpreadNeighbours
+                       ? 1
+                       : static_cast<std::size_t>(std::ceil(std::sqrt(static_cast<double>(count))));
+  }
+  std::vector<std::size_t> lengths(interactions.size(), 1);
+  for (std::size_t k = 0; k < interactions.size(); ++k) {
+    const auto [side, position] = place[k];
+    if (side >= 0) lengths[k] = 1 + position % levels[side];
+  }
+  return lengths;
+}
+
+std::string_view NeighbourhoodSpreadAttributes(const std::vector<std::size_t>& lengths) {
+  const bool spread =
+      std::any_of(lengths.begin(), lengths.end(), [](std::size_t length) { return length > 1; });
+  return spread ? "nodesep=0.05;\n" : "";
+}
+
 std::string NetworkDot(const Network& network, const ColorShapeTable& colors,
                        const NetworkDrawingOptions& options) {
   std::string out = "digraph G {size=";
   out += DotQuote(options.size);
   out += ';';
   out += options.concentrate ? "concentrate=true;\n" : "concentrate=false;\n";
+  if (options.fastLayout) out += kFastLayout;
   out += " { ";
   for (const MoleculeId id : network.displayOrder()) {
     const std::string& name = network.nameOf(id);

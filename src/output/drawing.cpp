@@ -17,8 +17,20 @@ bool IsPlainFileName(std::string_view name) {
 
 }  // namespace
 
+bool UsesFastLayout(const Network& network) {
+  return network.moleculeCount() > kFastLayoutMolecules ||
+         network.interactionCount() > kFastLayoutInteractions;
+}
+
 DrawResult DrawNetwork(const Network& network, const ColorShapeTable& colors,
                        const std::filesystem::path& folder, std::string_view baseName) {
+  NullProgress progress;
+  return DrawNetwork(network, colors, folder, baseName, progress);
+}
+
+DrawResult DrawNetwork(const Network& network, const ColorShapeTable& colors,
+                       const std::filesystem::path& folder, std::string_view baseName,
+                       Progress& progress) {
   if (!IsPlainFileName(baseName)) {
     throw std::invalid_argument("not a plain file name for the drawing: \"" +
                                 std::string(baseName) + "\"");
@@ -27,9 +39,11 @@ DrawResult DrawNetwork(const Network& network, const ColorShapeTable& colors,
   options.size = "37.5,50";
   options.concentrate = false;
   options.urls = true;
+  options.fastLayout = UsesFastLayout(network);
   const std::string dot = NetworkDot(network, colors, options);
-  const std::string jpeg = RenderJpeg(dot);
-  const std::string svg = AddSvgNavigation(RenderSvg(dot), 2);
+  RenderedDrawing rendered = RenderSvgAndJpeg(dot, progress);
+  const std::string& jpeg = rendered.jpeg;
+  const std::string svg = AddSvgNavigation(rendered.svg, 2);
 
   const std::string base(baseName);
   DrawResult result;

@@ -4,10 +4,13 @@
 #include <graphviz/gvc.h>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "util/files.h"
 
@@ -136,8 +139,13 @@ void OpenLinksAsWholePages(Agraph_t* graph) {
   }
 }
 
-// Lays `dot` out with the dot engine and renders it in `format`.
-std::string Render(std::string_view dot, const char* format) {
+// Lays `dot` out once and renders it in each of `formats`, in order. The engine is dot
+// unless the graph names another in its "layout" attribute. With `progress`, reports the
+// layout and each format as a step.
+std::vector<std::string> Render(std::string_view dot, std::initializer_list<const char*> formats,
+                                Progress* progress = nullptr) {
+  const std::size_t steps = formats.size() + 1;
+  if (progress != nullptr) progress->report(0, steps, "Laying out the drawing");
   Graphviz& graphviz = Graphviz::instance();
   std::lock_guard<std::mutex> lock(graphviz.mutex());
   GVC_t* context = graphviz.context();
@@ -153,15 +161,27 @@ std::string Render(std::string_view dot, const char* format) {
     Fail("Graphviz could not lay out the drawing", "no reason given");
   }
 
-  char* data = nullptr;
-  unsigned int length = 0;
-  if (gvRenderData(context, graph.get(), format, &data, &length) != 0 || data == nullptr) {
-    if (data != nullptr) gvFreeRenderData(data);
-    Fail(std::string("Graphviz could not render the drawing as ") + format, "no reason given");
+  std::vector<std::string> results;
+  std::size_t done = 1;
+  for (const char* format : formats) {
+    if (progress != nullptr) {
+      ThrowIfCancelled(*progress);
+      const std::string_view name = format;
+      progress->report(done, steps,
+                       name == "jpg" ? "Rendering the JPEG image" : "Rendering the SVG drawing");
+    }
+    char* data = nullptr;
+    unsigned int length = 0;
+    if (gvRenderData(context, graph.get(), format, &data, &length) != 0 || data == nullptr) {
+      if (data != nullptr) gvFreeRenderData(data);
+      Fail(std::string("Graphviz could not render the drawing as ") + format, "no reason given");
+    }
+    results.emplace_back(data, length);
+    gvFreeRenderData(data);
+    ++done;
   }
-  std::string result(data, length);
-  gvFreeRenderData(data);
-  return result;
+  if (progress != nullptr) progress->report(steps, steps, "Drawing rendered");
+  return results;
 }
 
 // ---------------------------------------------------------------------------------------
@@ -513,11 +533,16 @@ extern "C" const char* __lsan_default_suppressions() {
 #endif
 
 std::string RenderSvg(std::string_view dot) {
-  return Render(dot, "svg");
+  return std::move(Render(dot, {"svg"}).front());
 }
 
 std::string RenderJpeg(std::string_view dot) {
-  return Render(dot, "jpg");
+  return std::move(Render(dot, {"jpg"}).front());
+}
+
+RenderedDrawing RenderSvgAndJpeg(std::string_view dot, Progress& progress) {
+  std::vector<std::string> both = Render(dot, {"svg", "jpg"}, &progress);
+  return {std::move(both[0]), std::move(both[1])};
 }
 
 void RenderSvgFile(std::string_view dot, const std::filesystem::path& path) {

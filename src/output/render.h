@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "util/progress.h"
+
 namespace tessel {
 
 // A drawing that Graphviz could not lay out or render; the message carries its words.
@@ -15,12 +17,24 @@ class RenderError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Lays out with dot and returns the SVG document. Throws RenderError, carrying Graphviz's
+// The layout engine is dot unless the DOT text names another in the graph's "layout"
+// attribute (large drawings use sfdp).
+
+// Lays out and returns the SVG document. Throws RenderError, carrying Graphviz's
 // own message, when the DOT text cannot be read, laid out or rendered.
 std::string RenderSvg(std::string_view dot);
 
-// Lays out with dot and returns the JPEG image bytes.
+// Lays out and returns the JPEG image bytes.
 std::string RenderJpeg(std::string_view dot);
+
+struct RenderedDrawing {
+  std::string svg;
+  std::string jpeg;
+};
+
+// Lays the drawing out once and renders both images, reporting the layout, the SVG and the
+// JPEG as steps to `progress`. Throws Cancelled when asked to stop between steps.
+RenderedDrawing RenderSvgAndJpeg(std::string_view dot, Progress& progress);
 
 // Renders and writes `path` atomically (the file is replaced only by a complete image).
 void RenderSvgFile(std::string_view dot, const std::filesystem::path& path);

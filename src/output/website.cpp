@@ -306,23 +306,28 @@ constexpr std::string_view kLegendPage =
 // ---------------------------------------------------------------------------------------
 // One molecule: its neighbourhood drawing and its page.
 
-// The two end points' node statements and the edge, closed by a line end.
-void AppendInteractionDot(std::string& dot, const Site& site, const Interaction& interaction) {
+// The two end points' node statements and the edge (with a minimum length above 1 when the
+// neighbours are spread over several ranks), closed by a line end.
+void AppendInteractionDot(std::string& dot, const Site& site, const Interaction& interaction,
+                          std::size_t minlen = 1) {
   for (const MoleculeId end : {interaction.source, interaction.target}) {
     const std::string& name = site.network.nameOf(end);
     dot += NodeStatement(name, site.pageOf(end), site.colors.shapeOf(site.network, name),
                          site.colors.colorOf(site.network, name));
   }
-  dot += EdgeStatement(site.network.sourceName(interaction), site.network.targetName(interaction),
-                       interaction.effect);
+  dot += WithMinimumLength(EdgeStatement(site.network.sourceName(interaction),
+                                         site.network.targetName(interaction), interaction.effect),
+                           minlen);
   dot += '\n';
 }
 
 void WriteMoleculeDrawing(const Site& site, MoleculeId id,
                           const std::vector<std::uint32_t>& interactions) {
+  const std::vector<std::size_t> lengths = NeighbourhoodEdgeLengths(site.network, id, interactions);
   std::string dot = "digraph G {size=\"7.5,10\";";
-  for (const std::uint32_t i : interactions) {
-    AppendInteractionDot(dot, site, site.network.interactions()[i]);
+  dot += NeighbourhoodSpreadAttributes(lengths);
+  for (std::size_t k = 0; k < interactions.size(); ++k) {
+    AppendInteractionDot(dot, site, site.network.interactions()[interactions[k]], lengths[k]);
   }
   dot += '}';
   std::string svg = RenderSvg(dot);

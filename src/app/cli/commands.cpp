@@ -182,7 +182,9 @@ int RunSave(const CommonOptions& options, const std::string& to) {
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
+  if (motifOptions.maxDrawings) command.maxDrawings = *motifOptions.maxDrawings;
   command.threads = motifOptions.threads;
+  command.context = ContextOf(options);
   if (motifOptions.kinds.empty()) {
     command.kinds = {MotifKind::Scaffold,         MotifKind::Bifan,
                      MotifKind::FeedbackLoop3,    MotifKind::FeedbackLoop4,
@@ -223,9 +225,24 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   return 0;
 }
 
-int RunDraw(const CommonOptions& options, const std::string& base) {
+int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
   const Loaded loaded = Load(options);
-  const DrawResult drawn = DrawNetwork(loaded.network, loaded.colors, options.output, base);
+  const std::size_t molecules = loaded.network.moleculeCount();
+  if (molecules > kLargeDrawingMolecules && !force) {
+    std::cerr << "tessel: error: " << options.network << " has " << molecules
+              << " molecules; drawings above " << kLargeDrawingMolecules
+              << " molecules can take long; add --force to draw it\n";
+    return 2;
+  }
+  if (UsesFastLayout(loaded.network) && !options.quiet) {
+    std::cerr << "tessel: note: " << molecules << " molecules and "
+              << loaded.network.interactionCount() << " interactions: laid out with "
+              << kFastLayoutEngine << " instead of dot, with straight edges\n";
+  }
+  TerminalProgress progress(!options.quiet);
+  const DrawResult drawn =
+      DrawNetwork(loaded.network, loaded.colors, options.output, base, progress);
+  progress.finish();
   if (options.json) {
     Print(Json{{"dot", drawn.dot.string()},
                {"jpg", drawn.jpeg.string()},

@@ -30,11 +30,14 @@ int RunSave(const CommonOptions& options, const std::string& to);
 struct MotifOptions {
   std::vector<std::string> kinds;  // empty: the six kinds of the motif page
   bool noDrawings = false;
+  std::optional<std::size_t> maxDrawings;  // drawings per kind; unset: the core's default
   unsigned threads = 0;
 };
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);
 
-int RunDraw(const CommonOptions& options, const std::string& base);
+// Refuses (exit status 2) to draw a network of more than kLargeDrawingMolecules molecules
+// unless `force` is set.
+int RunDraw(const CommonOptions& options, const std::string& base, bool force);
 int RunExport(const CommonOptions& options, const std::string& format, std::string to);
 int RunMatrix(const CommonOptions& options, std::string to, int size);
 

@@ -6,6 +6,7 @@
 #include "app/cli/commands.h"
 #include "model/molecule_condition.h"
 #include "model/readers.h"
+#include "output/drawing.h"
 #include "util/error.h"
 #include "util/progress.h"
 
@@ -115,6 +116,11 @@ int main(int argc, char** argv) {
       ->check(CLI::IsMember({"fbl3", "fbl4", "fbl5", "ffl3", "ffl4", "bifan", "scaffold"}));
   motifsCmd->add_flag("--no-drawings", motifOptions.noDrawings,
                       "write the pages without a drawing per motif");
+  motifsCmd
+      ->add_option("--max-drawings", motifOptions.maxDrawings,
+                   "draw at most N motifs of each kind and list the others by name; 0 draws "
+                   "none (default: 500)")
+      ->check(CLI::NonNegativeNumber);
   motifsCmd->add_option("--threads", motifOptions.threads, "worker threads (default: all cores)");
 
   std::string drawBase = "network";
@@ -122,6 +128,11 @@ int main(int argc, char** argv) {
       "draw", "the whole network drawn with Graphviz: writes NAME.dot, NAME.jpg, NAME.svg");
   AddCommonOptions(*drawCmd, draw);
   drawCmd->add_option("--base", drawBase, "base name of the files (default: network)");
+  bool drawForce = false;
+  drawCmd->add_flag("--force", drawForce,
+                    "draw a network of more than " +
+                        std::to_string(tessel::kLargeDrawingMolecules) +
+                        " molecules (it can take long)");
 
   std::string exportFormat, exportTo;
   auto* exportCmd = app.add_subcommand(
@@ -302,7 +313,7 @@ int main(int argc, char** argv) {
     if (*validateCmd) return RunValidate(validate);
     if (*saveCmd) return RunSave(save, saveTo);
     if (*motifsCmd) return RunMotifs(motifs, motifOptions);
-    if (*drawCmd) return RunDraw(draw, drawBase);
+    if (*drawCmd) return RunDraw(draw, drawBase, drawForce);
     if (*exportCmd) return RunExport(exportOptions, exportFormat, exportTo);
     if (*matrixCmd) return RunMatrix(matrix, matrixTo, matrixSize);
     if (*pathwaysCmd) {
