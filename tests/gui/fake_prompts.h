@@ -54,7 +54,11 @@ class FakePrompts final : public UserPrompts {
     return onDialog(dialog);
   }
   void showPage(QWidget*, const QUrl& page) override { pages << page; }
-  void showImage(QWidget*, const QString&, const QString& file) override { images << file; }
+  void showImage(QWidget*, const QString&, const QString& file, const ImageTip& tip) override {
+    images << file;
+    imageTip = tip;
+  }
+  ImageTip imageTip;  // the last image's tooltip
 };
 
 }  // namespace tessel::gui

@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QSettings>
 #include <QSpinBox>
 #include <QTemporaryDir>
@@ -239,6 +240,20 @@ class MainWindowTest : public QObject {
     QVERIFY(easyDirectOnly);
     QVERIFY(!f.window.busy());
 
+    // One pair by name: its routes are listed and its map page opens directly.
+    f.prompts.onDialog = [](QDialog& d) {
+      auto& easy = dynamic_cast<EasyInterfaceDialog&>(d);
+      for (const char* type : {"Receptor", "TF"}) easy.choice(type)->button->setChecked(true);
+      easy.choice("Receptor")->list->setCurrentText("FGFR1");
+      easy.choice("TF")->list->setCurrentText("TP53");
+      return true;
+    };
+    f.run("Easy Interface");
+    QCOMPARE(f.last().text, QString("1 route from FGFR1 to TP53:"));
+    QCOMPARE(f.last().details,
+             QString("FGFR1 -> MEK1/2 -> IRS1 -> PIK3CA -> AKT -> MDM2 -> TP53  (+)"));
+    QCOMPARE(f.prompts.pages.last(), QUrl::fromLocalFile(f.file("TESSEL_pg/FGFR1_TO_TP53.htm")));
+
     // A typed seed reaches the run; the comparison with the random networks is shown.
     f.prompts.onDialog = [](QDialog& d) {
       auto& shuffle = dynamic_cast<ShuffledNetworksDialog&>(d);
@@ -351,6 +366,10 @@ class MainWindowTest : public QObject {
 
     f.click("Draw interactions matrix");
     QCOMPARE(f.prompts.images, QStringList{f.file("interactions_matrix.png")});
+    // The labelled page is written beside the image, whose tooltip names the cell's pair.
+    QVERIFY(QFileInfo::exists(f.file("interactions_matrix.htm")));
+    QVERIFY(f.prompts.imageTip(1, 1).contains(" -> ") || f.prompts.imageTip(1, 1).contains(" / "));
+    QVERIFY(f.prompts.imageTip(600, 1).isEmpty());
     QVERIFY(QFile::exists(f.prompts.images[0]));
     f.click("Validate all");
     QCOMPARE(f.prompts.pages.last(), QUrl::fromLocalFile(f.file("validation.htm")));

@@ -121,6 +121,33 @@ QString ComparisonTable(const std::vector<ColumnComparison>& comparison) {
   return html + "</table>" + notes;
 }
 
+// How many routes of one pair the window lists.
+constexpr std::size_t kRoutesShown = 25;
+
+// "12 routes from EGF to MYC (up to 8 molecules):" and one line per route listed,
+// "EGF -> EGFR -> ... -> MYC  (+)", then how many more there are.
+QString RoutesText(const Network& network, const RouteList& list) {
+  if (list.routes.empty()) return {};
+  const std::string& source = network.nameOf(list.routes.front().molecules.front());
+  const std::string& target = network.nameOf(list.routes.front().molecules.back());
+  QString text = list.complete
+                     ? (list.total == 1 ? QObject::tr("1 route from %1 to %2:")
+                                        : QObject::tr("%1 routes from %2 to %3:").arg(list.total))
+                           .arg(Q(source), Q(target))
+                     : QObject::tr("More than %1 routes from %2 to %3:")
+                           .arg(list.total)
+                           .arg(Q(source), Q(target));
+  for (const Route& route : list.routes) {
+    QStringList names;
+    for (const MoleculeId id : route.molecules) names << Q(network.nameOf(id));
+    text += "\n" + names.join(" -> ") + (route.negative ? "  (-)" : "  (+)");
+  }
+  if (list.total > list.routes.size()) {
+    text += QObject::tr("\n... and %1 more").arg(list.total - list.routes.size());
+  }
+  return text;
+}
+
 std::uint64_t NewSeed() {
   std::random_device device;
   return (static_cast<std::uint64_t>(device()) << 32) ^ device();
@@ -662,7 +689,8 @@ void MainWindow::saveAs() {
 
 void MainWindow::validateAll() {
   guarded(tr("Validate all"), [&] {
-    const fs::path page = WriteValidationReport(*network_, Path(outputFolder()));
+    const fs::path page = WriteValidationReport(*network_, Path(outputFolder()), nullptr,
+                                                pageContext(tr("Validate all")));
     setStatus(tr("Wrote %1.").arg(Q(page)));
     openPage(Q(page));
   });
@@ -745,9 +773,15 @@ void MainWindow::exportExchange() {
 void MainWindow::drawInteractionsMatrix() {
   const QString file = QDir(outputFolder()).filePath("interactions_matrix.png");
   guarded(tr("Error!"), [&] {
-    WriteInteractionsMatrixPng(*network_, Path(file));
-    setStatus(tr("Wrote %1.").arg(file));
-    prompts_.showImage(this, tr("Interactions Matrix"), file);
+    const fs::path page = WriteInteractionsMatrix(*network_, Path(file), 510,
+                                                  pageContext(tr("Draw interactions matrix")));
+    setStatus(tr("Wrote %1 and %2.").arg(file, Q(page)));
+    // The tooltip names the row and column molecules under the pointer and their links.
+    auto layout = std::make_shared<const MatrixLayout>(*network_, 510);
+    prompts_.showImage(this, tr("Interactions Matrix"), file,
+                       [layout, network = network_](int x, int y) {
+                         return Q(layout->describe(layout->cellAt(x, y)));
+                       });
   });
 }
 
@@ -755,11 +789,12 @@ void MainWindow::drawInteractionsMatrix() {
 
 void MainWindow::makeGraphvizDrawing() {
   const std::size_t molecules = network_->moleculeCount();
-  if (molecules > 100 &&
+  if (molecules > kLargeDrawingMolecules &&
       !prompts_.confirm(this, tr("Make Graphviz SVG/DOT/JPG"),
-                        tr("This network has %1 molecules. Drawings of more than 100 molecules "
+                        tr("This network has %1 molecules. Drawings of more than %2 molecules "
                            "are hard to read and may take long to render. Draw it anyway?")
-                            .arg(molecules))) {
+                            .arg(molecules)
+                            .arg(kLargeDrawingMolecules))) {
     return;
   }
   const QString file = prompts_.saveFileName(this, tr("Make Graphviz SVG/DOT/JPG"),
@@ -777,9 +812,11 @@ void MainWindow::makeGraphvizDrawing() {
   auto colors = colors_;
   Launch launch;
   launch.status = tr("Drawing the network with Graphviz... please wait");
-  launch.cancellable = false;
-  startCommand(launch, [=, this](Progress&) -> CommandRunner::Completion {
-    const DrawResult drawn = DrawNetwork(*network, *colors, Path(folder), base.toStdString());
+  // The layout itself cannot be interrupted; a cancel stops the run before rendering.
+  launch.cancellable = true;
+  startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    const DrawResult drawn =
+        DrawNetwork(*network, *colors, Path(folder), base.toStdString(), progress);
     return [this, drawn, base] {
       setStatus(tr("Wrote %1, %2 and %3.").arg(Q(drawn.svg), Q(drawn.dot), Q(drawn.jpeg)));
       prompts_.message(this, UserPrompts::Icon::Information, tr("Success!"),
@@ -795,6 +832,8 @@ void MainWindow::createWebsite() {
   settings_.setValue(kWebsiteOfflineKey, dialog.offline());
   WebsiteSettings websiteSettings;
   websiteSettings.offline = dialog.offline();
+  websiteSettings.context =
+      pageContext(dialog.offline() ? tr("Create web site (offline)") : tr("Create web site"));
   auto network = network_;
   auto colors = colors_;
   const QString output = outputFolder();
@@ -839,6 +878,9 @@ void MainWindow::findMotifs() {
   if (!prompts_.runDialog(dialog)) return;
   MotifCommandOptions options;
   options.kinds = dialog.kinds();
+  QStringList kinds;
+  for (const MotifKind kind : options.kinds) kinds << Q(std::string(MotifKindName(kind)));
+  options.context = pageContext(tr("Find and display motifs: %1").arg(kinds.join(", ")));
   auto network = network_;
   auto colors = colors_;
   const QString output = outputFolder();
@@ -859,34 +901,65 @@ void MainWindow::pathwaysGenerator() {
   if (!prompts_.runDialog(dialog)) return;
   const PathwayQuery query = dialog.query();
   directOnly_ = query.directOnly;
-  runPathways(query);
+  runPathways(query, tr("Pathways Generator"));
 }
 
 void MainWindow::easyInterface() {
   EasyInterfaceDialog dialog(*network_, directOnly_, this);
   if (!prompts_.runDialog(dialog)) return;
-  runPathways(dialog.query());
+  runPathways(dialog.query(), tr("Easy Interface"), true);
 }
 
-void MainWindow::runPathways(const PathwayQuery& query) {
+void MainWindow::runPathways(const PathwayQuery& query, const QString& command, bool listRoutes) {
+  // A condition that matches no molecule would only give "No pathways...": say which one,
+  // and the value that was probably meant.
+  const std::vector<std::string> unmatched = UnmatchedConditions(*network_, query);
+  if (!unmatched.empty()) {
+    QStringList lines;
+    for (const std::string& line : unmatched) lines << Q(line);
+    setStatus(tr("No molecule matches the query."));
+    prompts_.message(this, UserPrompts::Icon::Warning, tr("Pathway Generator"),
+                     tr("No molecule matches the query."), lines.join('\n'));
+    return;
+  }
   auto network = network_;
   auto colors = colors_;
   const QString output = outputFolder();
+  const PageContext context = pageContext(command + ": " + Q(DescribeQuery(query)));
   Launch launch;
   launch.status = tr("Searching for pathways... please wait!");
   startCommand(launch, [=, this](Progress& progress) -> CommandRunner::Completion {
+    // One named pair: the routes themselves, shortest first, beside the map.
+    QString routes;
+    if (listRoutes && query.sources.size() == 1 && query.targets.size() == 1) {
+      const MoleculeId source = network->findId(query.sources[0].value);
+      const MoleculeId target = network->findId(query.targets[0].value);
+      if (source != 0 && target != 0) {
+        routes = RoutesText(*network, ListRoutes(*network, source, target, query.maxSteps,
+                                                 query.directOnly, kRoutesShown, &progress));
+      }
+    }
     const PathwayCommandResult result =
-        RunPathwayCommand(*network, *colors, query, Path(output), progress);
+        RunPathwayCommand(*network, *colors, query, Path(output), progress, 0, context);
     if (result.maps.empty()) {
-      return [this] {
+      return [this, routes] {
         setStatus(tr("No pathways were found..."));
         prompts_.message(this, UserPrompts::Icon::Information, tr("Pathway Generator"),
-                         Q(std::string(kNoPathwaysMessage)));
+                         Q(std::string(kNoPathwaysMessage)), routes);
       };
     }
-    return [this, form = Q(result.form)] {
-      setStatus(tr("Done generating pathways..."));
-      openPage(form);
+    // A single map opens directly; several open the form to choose from.
+    const fs::path page = result.maps.size() == 1 && !routes.isEmpty()
+                              ? result.folder / (result.baseNames.front() + ".htm")
+                              : result.form;
+    return [this, routes, page, maps = result.maps.size()] {
+      setStatus(maps == 1 ? tr("Done generating pathways... 1 map")
+                          : tr("Done generating pathways... %1 maps").arg(maps));
+      if (!routes.isEmpty()) {
+        prompts_.message(this, UserPrompts::Icon::Information, tr("Pathway Generator"),
+                         routes.section('\n', 0, 0), routes.section('\n', 1));
+      }
+      openPage(Q(page));
     };
   });
 }

@@ -129,7 +129,8 @@ class MainWindow : public QWidget {
   void installNetwork(std::shared_ptr<const Network> network,
                       std::shared_ptr<const ColorShapeTable> colors, const QString& file,
                       std::size_t warnings);
-  void runPathways(const PathwayQuery& query);
+  // Runs a pathway query; with `listRoutes`, a query of one named pair also lists its routes.
+  void runPathways(const PathwayQuery& query, const QString& command, bool listRoutes = false);
   void openPage(const QString& file);
   void openHelp(const QString& page);
   void showAbout();

@@ -6,13 +6,42 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <QPixmap>
 #include <QScrollArea>
+#include <QToolTip>
 #include <QVBoxLayout>
 
 #include "app/gui/page_viewer.h"
 
 namespace tessel::gui {
+
+namespace {
+
+// An image that names what is under the mouse pointer.
+class TippedImage final : public QLabel {
+ public:
+  explicit TippedImage(UserPrompts::ImageTip tip) : tip_(std::move(tip)) {
+    setMouseTracking(static_cast<bool>(tip_));
+  }
+
+ protected:
+  void mouseMoveEvent(QMouseEvent* event) override {
+    const QPoint at = event->position().toPoint();
+    const QString text = tip_ ? tip_(at.x(), at.y()) : QString();
+    if (text.isEmpty()) {
+      QToolTip::hideText();
+    } else {
+      QToolTip::showText(event->globalPosition().toPoint(), text, this);
+    }
+    QLabel::mouseMoveEvent(event);
+  }
+
+ private:
+  UserPrompts::ImageTip tip_;
+};
+
+}  // namespace
 
 void DialogPrompts::message(QWidget* parent, Icon icon, const QString& title, const QString& text,
                             const QString& details) {
@@ -65,10 +94,11 @@ void DialogPrompts::showPage(QWidget* parent, const QUrl& page) {
   viewer->activateWindow();
 }
 
-void DialogPrompts::showImage(QWidget* parent, const QString& title, const QString& file) {
+void DialogPrompts::showImage(QWidget* parent, const QString& title, const QString& file,
+                              const ImageTip& tip) {
   QDialog dialog(parent);
   dialog.setWindowTitle(title);
-  auto* image = new QLabel;
+  auto* image = new TippedImage(tip);
   image->setPixmap(QPixmap(file));
   auto* scroll = new QScrollArea;
   scroll->setWidget(image);

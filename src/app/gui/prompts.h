@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <QUrl>
+#include <functional>
 
 class QDialog;
 class QWidget;
@@ -36,8 +37,11 @@ class UserPrompts {
   virtual bool runDialog(QDialog& dialog) = 0;
   // The page viewer on a local page or a help page, in a window of its own (not modal).
   virtual void showPage(QWidget* parent, const QUrl& page) = 0;
-  // An image file in a window of its own, modal.
-  virtual void showImage(QWidget* parent, const QString& title, const QString& file) = 0;
+  // What to show as a tooltip over pixel (x, y) of an image; empty text shows none.
+  using ImageTip = std::function<QString(int x, int y)>;
+  // An image file in a window of its own, modal, with a tooltip when `tip` is given.
+  virtual void showImage(QWidget* parent, const QString& title, const QString& file,
+                         const ImageTip& tip = {}) = 0;
 };
 
 // The real thing: Qt's standard dialogs and the page viewer.
@@ -55,7 +59,8 @@ class DialogPrompts final : public UserPrompts {
                const QString& initial) override;
   bool runDialog(QDialog& dialog) override;
   void showPage(QWidget* parent, const QUrl& page) override;
-  void showImage(QWidget* parent, const QString& title, const QString& file) override;
+  void showImage(QWidget* parent, const QString& title, const QString& file,
+                 const ImageTip& tip) override;
 };
 
 }  // namespace tessel::gui
