@@ -17,14 +17,13 @@ run stats
 run validate
 run website --offline
 run motifs
-run pathways
-run pathways --easy EGF MYC || run pathways --easy "$(head -1 "$network" | cut -d' ' -f1)" \
-  "$(head -1 "$network" | cut -d' ' -f6)"
+# The default query (ligands to transcription factors), else receptors to them.
+run pathways 2>/dev/null || run pathways --source Type=Receptor
 run shuffle --count 20 --seed 7 --analyze clustering,motifs34
 run reduce
 run propagate --condition Type=Receptor --steps 4 || true
 run draw --force || run draw
-"$bin/tessel" matrix -q --to "$out/pages/matrix.png" "$network" >/dev/null || true
+"$bin/tessel" matrix -q --to "$work/matrix.png" "$network" >/dev/null
 
 shot() {  # shot NAME PAGE
   local page=$1 name=$2
@@ -50,15 +49,16 @@ shot "$site/colors_and_shapes.htm" website_legend
 shot "$(grep -o 'HREF="[^"]*\.htm"' "$site/list.htm" | head -1 | sed 's/HREF="//;s/"$//;s|^|'"$site"'/|')" \
   website_molecule
 shot "$work/TESSEL_motifs/motifs.htm" motifs
-shot "$(first TESSEL_motifs 'fbl*.htm')" motifs_kind
+shot "$(first TESSEL_motifs 'feedback*.htm')" motifs_kind
 shot "$work/TESSEL_pg/form.htm" pathways_form
 shot "$(first TESSEL_pg '*_TO_*.htm')" pathways_map
-shot "$(first TESSEL_pg 'molecule_*.htm')" pathways_molecule
+shot "$(first TESSEL_pg 'molecule-*.htm')" pathways_molecule
 shot "$work/TESSEL_shuffled_nets/shuffled_networks_analysis.htm" shuffled
 shot "$work/TESSEL_reduced/stats_for_reduced_networks.htm" reduced
 shot "$(first TESSEL_from_sources 'stats_for_steps_networks.htm')" propagate
 shot "$(first TESSEL_from_sources 'dips.htm')" dips
 shot "$work/network.svg" drawing
+shot "$work/matrix.htm" matrix
 
 mkdir -p "$out/window"
 QTWEBENGINE_DISABLE_SANDBOX=1 QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu \

@@ -196,6 +196,11 @@ class DialogsTest : public QObject {
     QVERIFY(OkEnabled(d));
     d.choice("Channel")->button->setChecked(true);
     QVERIFY(!OkEnabled(d));
+
+    // Without ligands the dialog starts on the receptors, ready to run.
+    const Network withoutLigands = SmallNetwork(false);
+    EasyInterfaceDialog noLigands(withoutLigands, false);
+    QVERIFY(noLigands.choice("Receptor")->button->isChecked() && OkEnabled(noLigands));
   }
 };
 

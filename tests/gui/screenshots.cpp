@@ -80,6 +80,10 @@ int main(int argc, char** argv) {
       shuffle->seedField()->setText("7");
     }
     if (auto* site = dynamic_cast<WebsiteDialog*>(&dialog)) site->offlineBox()->setChecked(true);
+    if (auto* setup = dynamic_cast<PathwaySetupDialog*>(&dialog)) {
+      // Receptors when the network has no ligand (the default sources).
+      if (setup->query().sources.empty()) setup->source(0)->set(ConditionKind::Type, "Receptor");
+    }
     return true;
   };
   MainWindow window(settings, prompts);

@@ -564,8 +564,13 @@ EasyInterfaceDialog::EasyInterfaceDialog(const Network& network, bool directOnly
   layout->addLayout(groups);
   layout->addWidget(Buttons(this, tr("Generate Pathway"), tr("Cancel"), &ok_));
 
-  sources_.front().button->setChecked(true);
-  targets_.front().button->setChecked(true);
+  // Start on the first type of each group that this network has molecules of (receptors
+  // when there is no ligand), so that the defaults can be run as they are.
+  for (std::vector<Choice>* group : {&sources_, &targets_}) {
+    const auto filled = std::find_if(group->begin(), group->end(),
+                                     [](const Choice& c) { return c.list->count() > 0; });
+    (filled != group->end() ? *filled : group->front()).button->setChecked(true);
+  }
   updateLists();
 }
 
