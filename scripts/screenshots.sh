@@ -15,10 +15,11 @@ mkdir -p "$out/pages"
 run() { "$bin/tessel" "$@" -q -o "$work" "$network" >/dev/null; }
 run stats
 run validate
-run website --offline
-run motifs
+# Pathways before the site: the maps then link to molecule pages of their own.
 # The default query (ligands to transcription factors), else receptors to them.
 run pathways 2>/dev/null || run pathways --source Type=Receptor
+run website --offline
+run motifs
 run shuffle --count 20 --seed 7 --analyze clustering,motifs34
 run reduce
 run propagate --condition Type=Receptor --steps 4 || true
