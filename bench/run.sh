@@ -26,7 +26,7 @@ cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTESSEL_BUILD_
   -DTESSEL_BUILD_BENCH=ON >/dev/null
 missing=()
 for target in tessel-generate load_bench stats_bench motifs_bench shuffle_bench pathways_bench \
-  website_bench genelist_bench tessel; do
+  website_bench genelist_bench drawing_bench tessel; do
   if ! ninja -C "$build" -j "$jobs" "$target" >"$results/build-$target.log" 2>&1; then
     echo "could not build $target (see $results/build-$target.log); skipped"
     missing+=("$target")
@@ -104,6 +104,12 @@ fi
 if built website_bench; then
   section "Web site of a 1,000-molecule network, offline (website_bench)"
   "$build/bin/website_bench" "${bench_args[@]}" --benchmark_out="$results/website.json" \
+    --benchmark_out_format=json
+fi
+
+if built drawing_bench; then
+  section "Drawing a 3,000-molecule network, SVG and JPEG (drawing_bench)"
+  "$build/bin/drawing_bench" "${bench_args[@]}" --benchmark_out="$results/drawing.json" \
     --benchmark_out_format=json
 fi
 
