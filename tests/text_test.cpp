@@ -1,6 +1,7 @@
 // Shared text helpers: UTF-8 well-formedness, line numbering and line walking.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,28 @@ TEST(Utf8, EdgesOfTheValidRangesAndTheFirstBadByte) {
       {"\xC3\xA9\xF0\x9F\x98", 2}};
   for (const auto& [text, bad] : cases) EXPECT_EQ(FirstInvalidUtf8(text), bad) << text;
   EXPECT_EQ(Utf8SequenceLength("\xF4\x8F\xBF\xBF", 0), 4u);
+}
+
+// One U+FFFD per maximal subpart, exactly as the JSON output replaces bad bytes, so a name
+// reads the same in the pages and in --json.
+TEST(Utf8, ReplacementAgreesWithTheJsonWriter) {
+  const std::string r = "\xEF\xBF\xBD";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"Caf\xE9", "Caf" + r},
+      {"\xC3\xA9t\xE9", "\xC3\xA9t" + r},
+      {"\xE2\x82z", r + "z"},                        // a cut sequence is one subpart
+      {"\xF0\x9F\x98", r},                           // cut at the end
+      {"\xF0\x80\x80", r + r + r},                   // 0x80 cannot follow 0xF0
+      {"\xED\xA0\x80", r + r + r},                   // surrogate
+      {"\xC0\xAF\xFF", r + r + r},                   // bytes that start nothing
+      {"\xE1\x80\xE2\x82\xAC", r + "\xE2\x82\xAC"},  // the bad part ends at a new lead byte
+      {"ok", "ok"}};
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(ReplaceInvalidUtf8(text), expected) << text;
+    const std::string json =
+        nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    EXPECT_EQ(json, "\"" + expected + "\"") << text;
+  }
 }
 
 TEST(TextTrim, TrimDropsLineBreaksButTrimBlanksKeepsThem) {

@@ -8,27 +8,34 @@ namespace tessel {
 std::string HtmlEscape(std::string_view s) {
   std::string out;
   out.reserve(s.size());
-  for (char c : s) {
-    switch (c) {
+  std::size_t start = 0;  // start of the run of bytes copied as they are
+  const auto flush = [&](std::size_t end) { AppendValidUtf8(out, s.substr(start, end - start)); };
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    const char* entity = nullptr;
+    switch (s[i]) {
       case '&':
-        out += "&amp;";
+        entity = "&amp;";
         break;
       case '<':
-        out += "&lt;";
+        entity = "&lt;";
         break;
       case '>':
-        out += "&gt;";
+        entity = "&gt;";
         break;
       case '"':
-        out += "&quot;";
+        entity = "&quot;";
         break;
       case '\'':
-        out += "&#39;";
+        entity = "&#39;";
         break;
       default:
-        out += c;
+        continue;
     }
+    flush(i);
+    out += entity;
+    start = i + 1;
   }
+  flush(s.size());
   return out;
 }
 
@@ -112,10 +119,18 @@ bool EndsWithNoCase(std::string_view s, std::string_view suffix) {
   return s.size() >= suffix.size() && EqualsNoCase(s.substr(s.size() - suffix.size()), suffix);
 }
 
-std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos) {
+namespace {
+
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
+
+// Reads the UTF-8 sequence starting at text[pos]. Returns the number of bytes that form
+// the start of a well-formed sequence (at least 1), and sets `complete` when they form a
+// whole one.
+std::size_t Utf8Prefix(std::string_view text, std::size_t pos, bool& complete) {
   const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
   const unsigned char lead = byte(pos);
-  if (lead < 0x80) return 1;
+  complete = lead < 0x80;
+  if (complete) return 1;
   std::size_t length = 0;
   unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
   if (lead >= 0xC2 && lead <= 0xDF) {
@@ -129,13 +144,23 @@ std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos) {
     if (lead == 0xF0) low = 0x90;
     if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
   } else {
-    return 0;
+    return 1;
   }
-  if (pos + length > text.size() || byte(pos + 1) < low || byte(pos + 1) > high) return 0;
-  for (std::size_t k = 2; k < length; ++k) {
-    if (byte(pos + k) < 0x80 || byte(pos + k) > 0xBF) return 0;
+  std::size_t k = 1;
+  for (; k < length && pos + k < text.size(); ++k) {
+    const unsigned char c = byte(pos + k);
+    if (k == 1 ? (c < low || c > high) : (c < 0x80 || c > 0xBF)) break;
   }
-  return length;
+  complete = k == length;
+  return k;
+}
+
+}  // namespace
+
+std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos) {
+  bool complete = false;
+  const std::size_t length = Utf8Prefix(text, pos, complete);
+  return complete ? length : 0;
 }
 
 std::size_t FirstInvalidUtf8(std::string_view text) {
@@ -145,6 +170,32 @@ std::size_t FirstInvalidUtf8(std::string_view text) {
     i += length;
   }
   return std::string_view::npos;
+}
+
+void AppendValidUtf8(std::string& out, std::string_view text) {
+  std::size_t start = 0;  // start of the valid run not yet copied
+  for (std::size_t i = 0; i < text.size();) {
+    if (static_cast<unsigned char>(text[i]) < 0x80) {
+      ++i;
+      continue;
+    }
+    bool complete = false;
+    const std::size_t length = Utf8Prefix(text, i, complete);
+    if (!complete) {
+      out.append(text.substr(start, i - start));
+      out.append(kReplacementCharacter);
+      start = i + length;
+    }
+    i += length;
+  }
+  out.append(text.substr(start));
+}
+
+std::string ReplaceInvalidUtf8(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  AppendValidUtf8(out, text);
+  return out;
 }
 
 }  // namespace tessel

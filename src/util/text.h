@@ -7,7 +7,8 @@
 
 namespace tessel {
 
-// Escapes &, <, >, " and ' for HTML text and attribute values.
+// Escapes &, <, >, " and ' for HTML text and attribute values. Bytes that are not valid
+// UTF-8 become U+FFFD as ReplaceInvalidUtf8 does, so the result is always valid UTF-8.
 std::string HtmlEscape(std::string_view s);
 
 // Formats a double as an output stream does by default (six significant digits, the
@@ -48,5 +49,14 @@ std::size_t Utf8SequenceLength(std::string_view text, std::size_t pos);
 // The offset of the first byte that does not belong to a well-formed UTF-8 sequence, or npos
 // when the whole text is valid.
 std::size_t FirstInvalidUtf8(std::string_view text);
+
+// The text with each ill-formed part replaced by U+FFFD, one per maximal subpart (the
+// longest start of a well-formed sequence, or else a single byte), the rule Unicode
+// recommends and JSON writers follow: "Caf\xE9" -> "Caf\uFFFD", "\xE2\x82A" -> "\uFFFDA".
+// Valid text comes back unchanged.
+std::string ReplaceInvalidUtf8(std::string_view text);
+
+// Appends `text` to `out` with invalid parts replaced as ReplaceInvalidUtf8 does.
+void AppendValidUtf8(std::string& out, std::string_view text);
 
 }  // namespace tessel
