@@ -151,6 +151,16 @@ TEST(SafeFileName, KeepsPlainNamesAndIsInjectiveAndSafe) {
   const std::string longB = longA + "b";
   EXPECT_LE(SafeFileName(longA).size(), 200u);
   EXPECT_NE(SafeFileName(longA), SafeFileName(longB));
+
+  // Pairs: short ones joined as they are; long ones cut, distinct for the whole pair.
+  EXPECT_EQ(SafePairFileName("EGF", "_TO_", "ERK1/2"), "EGF_TO_ERK1_2F2");
+  const std::string pair = SafePairFileName(longA, "_TO_", longB);
+  EXPECT_LE(pair.size(), 200u);
+  for (const std::string& other :
+       {SafePairFileName(longB, "_TO_", longA), SafePairFileName(longA, "_TO_", longA),
+        SafePairFileName(longA + "_TO_" + longA, "_TO_", "b"), SafeFileName(longA)}) {
+    EXPECT_NE(pair, other);
+  }
 }
 
 }  // namespace

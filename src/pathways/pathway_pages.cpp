@@ -94,11 +94,34 @@ function redirect()
 //-->
 )";
 
+// The form's script. The page of a pair is named by joining the two names the lists hold;
+// for the pairs whose joined name was too long for a file name the script looks up the
+// name their files were given.
+std::string FormScript(const Network& network, const std::vector<PathwayMap>& maps) {
+  std::string shortened;
+  for (const PathwayMap& m : maps) {
+    const std::string joined =
+        SafeFileName(network.nameOf(m.source)) + "_TO_" + SafeFileName(network.nameOf(m.target));
+    const std::string base = PathwayMapBaseName(network, m);
+    // Safe names hold no quote or backslash, so they go into the script as they are.
+    if (base != joined) shortened += "  shortened[\"" + joined + "\"] = \"" + base + "\";\n";
+  }
+  std::string script(kFormScript);
+  if (shortened.empty()) return script;
+  constexpr std::string_view kUrlLine = "  var url = source + \"_TO_\" + target + \".htm\";\n";
+  const std::size_t at = script.find(kUrlLine);
+  script.replace(at, kUrlLine.size(),
+                 "  var shortened = {};\n" + shortened +
+                     "  var url = source + \"_TO_\" + target;\n"
+                     "  if (shortened.hasOwnProperty(url)) url = shortened[url];\n"
+                     "  url += \".htm\";\n");
+  return script;
+}
+
 }  // namespace
 
 std::string PathwayMapBaseName(const Network& network, const PathwayMap& map) {
-  return SafeFileName(network.nameOf(map.source)) + "_TO_" +
-         SafeFileName(network.nameOf(map.target));
+  return SafePairFileName(network.nameOf(map.source), "_TO_", network.nameOf(map.target));
 }
 
 std::string OwnMoleculePageName(const Network& network, MoleculeId id) {
@@ -218,7 +241,7 @@ std::string QueryFormPage(const Network& network, const std::vector<PathwayMap>&
     targets.push_back(m.target);
   }
   std::string page = "<html><head><script language=\"JavaScript\">\n";
-  page += kFormScript;
+  page += FormScript(network, maps);
   page += "</SCRIPT>\n</HEAD>\n<body>\n<form name=\"form1\">\n<table>\n<tr>\n<td>";
   page += "Select a source component:<br>\n<select name=\"source\" size=\"8\" multiple>\n";
   page += OptionLines(network, sources);

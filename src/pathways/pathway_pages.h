@@ -21,7 +21,8 @@ inline constexpr const char* kQueryFormPage = "form.htm";
 inline constexpr const char* kNoPathwaysMessage =
     "No pathways with the following query were found!";
 
-// "<safe source>_TO_<safe target>" (SafeFileName of each name).
+// "<safe source>_TO_<safe target>" (SafeFileName of each name), cut and ending in a hash of
+// the pair when that is too long for a file name (SafePairFileName).
 std::string PathwayMapBaseName(const Network& network, const PathwayMap& map);
 
 // The page written beside the maps for a molecule without a web site page:
