@@ -1,5 +1,6 @@
 // The tessel command line, run as a user runs it: exit codes, messages, files written.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "model/readers.h"
 #include "test_support.h"
+#include "util/text.h"
 
 namespace tessel {
 namespace {
@@ -393,6 +395,120 @@ TEST(Cli, StatsAgreeWhateverFormatTheNetworkIsWrittenIn) {
             without(sig, {"types", "locations", "interaction_types"}));
   EXPECT_EQ(without(stats("egf.sif"), {"types", "locations", "interaction_types", "references"}),
             without(sig, {"types", "locations", "interaction_types", "references"}));
+}
+
+// --to must name a regular file or a new name in an existing folder; anything else is a
+// usage error found before the network is read.
+TEST(Cli, ToRefusesWhatIsNotAFileBeforeAnyWork) {
+  test::ScratchDir dir;
+  ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
+  test::WriteFile(dir / "genes.txt", "EGF\n");
+  const std::string missing = (dir / "nothere.sig").string();  // no network: not read
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"save", "--to", "fifo", missing},
+        {"save", "--to", "nofolder/x.sig", missing},
+        {"export", "pajek", "--to", ".", missing},
+        {"matrix", "--to", "fifo", missing},
+        {"genelist", "--to", (dir / "fifo").string(), "--reference", missing, "genes.txt"}}) {
+    const RunResult r = RunTessel(dir, args);
+    EXPECT_EQ(r.exitCode, 2) << args[0] << ": " << r.err;
+    EXPECT_NE(r.err.find("tessel: error: --to: "), std::string::npos) << r.err;
+  }
+  EXPECT_TRUE(fs::is_fifo(dir / "fifo"));
+}
+
+// Checks that every page below `folder` is valid UTF-8, says so, and that its local links lead to
+// files that exist; returns the number of pages.
+std::size_t CheckPages(const fs::path& folder) {
+  std::size_t pages = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (entry.path().extension() != ".htm" && entry.path().extension() != ".html") continue;
+    ++pages;
+    const std::string page = test::ReadFile(entry.path());
+    EXPECT_EQ(FirstInvalidUtf8(page), std::string::npos) << entry.path();
+    EXPECT_NE(page.find("<meta charset=\"utf-8\">"), std::string::npos) << entry.path();
+    for (const std::string attribute : {"href=\"", "src=\"", "SRC=\""}) {
+      for (std::size_t at = page.find(attribute); at != std::string::npos;
+           at = page.find(attribute, at + 1)) {
+        const std::size_t start = at + attribute.size();
+        const std::string link = page.substr(start, page.find('"', start) - start);
+        if (link.find(':') != std::string::npos || link.empty() || link[0] == '#') continue;
+        EXPECT_TRUE(fs::exists(entry.path().parent_path() / link))
+            << entry.path() << " links to " << link;
+      }
+    }
+  }
+  return pages;
+}
+
+TEST(Cli, Latin1NamesGiveValidJsonAndPages) {
+  test::ScratchDir dir;
+  // "Café", "Naïve" and "ééé" written in Latin-1.
+  const std::string rows[][3] = {{"Caf\xE9", "Na\xEFve", "+"},
+                                 {"Na\xEFve", "\xE9\xE9\xE9", "+"},
+                                 {"\xE9\xE9\xE9", "Caf\xE9", "_"},
+                                 {"Caf\xE9", "EGFR", "+"}};
+  std::string sig;
+  for (const auto& row : rows) {
+    sig += row[0] + " P1 NA Ligand Extracellular " + row[1] + " P2 NA Receptor Membrane " + row[2] +
+           " binding 123\n";
+  }
+  test::WriteFile(dir / "latin1.sig", sig);
+  test::WriteFile(dir / "genes.txt", "Caf\xE9\nEGFR\n");
+  const std::string cafe = "Caf\xEF\xBF\xBD";  // as it reads in UTF-8 output
+  const std::string replaced = "\xEF\xBF\xBD";
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"pathways", "--source", "Type=Ligand", "--target",
+                                 "Type=Receptor"},
+        {"propagate", "--condition", "Type=Ligand", "--steps", "2"},
+        {"genelist", "--reference", "latin1.sig", "genes.txt"}}) {
+    std::vector<std::string> full = args;
+    full.insert(full.end(), {"--json", "-q", "-o", "out"});
+    if (args[0] != "genelist") full.push_back("latin1.sig");
+    const RunResult r = RunTessel(dir, full);
+    ASSERT_EQ(r.exitCode, 0) << args[0] << ": " << r.err;
+    nlohmann::json j;
+    EXPECT_NO_THROW(j = nlohmann::json::parse(r.out)) << r.out;
+    EXPECT_NE(r.out.find(replaced), std::string::npos) << r.out;
+  }
+  EXPECT_GT(CheckPages(dir / "out"), 3u);
+  const std::string map = test::ReadFile(dir / "out" / "TESSEL_pg" / "Caf_E9_TO_EGFR.htm");
+  EXPECT_NE(map.find(">" + cafe + "</a>"), std::string::npos);
+}
+
+// Names of 10,000 characters: every file name stays within the limit, and the pages link
+// to files that exist.
+TEST(Cli, LongNamesGiveFilesWithinLimitsAndLinksThatResolve) {
+  test::ScratchDir dir;
+  const std::string a(10000, 'A'), b(10000, 'B'), c = std::string(9999, 'C') + "_";
+  std::string sig;
+  for (const auto& [from, to, effect] : {std::tuple{a, b, "+"},
+                                         {b, c, "+"},
+                                         {c, a, "_"},
+                                         {a, c, "+"},
+                                         {std::string("EGF"), a, "+"}}) {
+    sig += from + " P1 NA Ligand Extracellular " + to + " P2 NA Receptor Membrane " + effect +
+           " binding 123\n";
+  }
+  test::WriteFile(dir / "long.sig", sig);
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"website", "--offline"},
+        {"pathways", "--source", "Type=Ligand", "--target", "Type=Receptor"},
+        {"motifs"},
+        {"propagate", "--condition", "Type=Ligand", "--steps", "3"}}) {
+    std::vector<std::string> full = args;
+    full.insert(full.end(), {"-q", "-o", "out", "long.sig"});
+    const RunResult r = RunTessel(dir, full);
+    ASSERT_EQ(r.exitCode, 0) << args[0] << ": " << r.err;
+  }
+  std::size_t maps = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(dir / "out")) {
+    EXPECT_LE(entry.path().filename().string().size(), 255u);
+    maps += entry.path().string().find("_TO_") != std::string::npos;
+  }
+  EXPECT_GT(CheckPages(dir / "out"), 10u);
+  EXPECT_TRUE(fs::exists(dir / "out" / "TESSEL_from_sources" / "EGF_sub_net_depth3.sig"));
+  EXPECT_GE(maps, 5u);
 }
 
 }  // namespace

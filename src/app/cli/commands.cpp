@@ -93,8 +93,18 @@ PageContext ContextOf(const CommonOptions& options) {
   return MakePageContext(options.network, options.commandLine);
 }
 
+// Names from a network file may hold bytes that are not UTF-8 (an old Latin-1 file): they
+// are printed as U+FFFD, one per bad sequence, the same replacement the pages make.
 void Print(const Json& j) {
-  std::cout << j.dump(2) << "\n";
+  std::cout << j.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
+// A --to path that cannot take the output is a usage error, reported before any work.
+bool UsableOutput(const fs::path& to, bool folderMayBeCreated) {
+  const std::string problem = OutputPathProblem(to, folderMayBeCreated);
+  if (problem.empty()) return true;
+  std::cerr << "tessel: error: --to: " << problem << "\n";
+  return false;
 }
 
 }  // namespace
@@ -163,6 +173,7 @@ int RunValidate(const CommonOptions& options) {
 }
 
 int RunSave(const CommonOptions& options, const std::string& to) {
+  if (!UsableOutput(to, false)) return 2;
   const Network network = Load(options).network;
   WriteSigFile(network, to);
   std::size_t rows = 0;
@@ -278,7 +289,9 @@ int RunExport(const CommonOptions& options, const std::string& format, std::stri
   const auto* choice = std::find_if(std::begin(choices), std::end(choices),
                                     [&](const Choice& c) { return format == c.name; });
   if (choice == std::end(choices)) throw std::invalid_argument("unknown export format: " + format);
-  if (to.empty()) to = (fs::path(options.output) / choice->defaultFile).string();
+  const bool given = !to.empty();
+  if (!given) to = (fs::path(options.output) / choice->defaultFile).string();
+  if (!UsableOutput(to, !given)) return 2;
   const Loaded loaded = Load(options);
   std::vector<fs::path> written;
   if (choice->format) {
@@ -298,7 +311,9 @@ int RunExport(const CommonOptions& options, const std::string& format, std::stri
 }
 
 int RunMatrix(const CommonOptions& options, std::string to, int size) {
-  if (to.empty()) to = (fs::path(options.output) / "interactions_matrix.png").string();
+  const bool given = !to.empty();
+  if (!given) to = (fs::path(options.output) / "interactions_matrix.png").string();
+  if (!UsableOutput(to, !given)) return 2;
   const Network network = Load(options).network;
   const fs::path page = WriteInteractionsMatrix(network, to, size, ContextOf(options));
   if (options.json) {
@@ -643,6 +658,11 @@ int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOption
 
 int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions,
                 const ServiceOptions& serviceOptions) {
+  // A relative --to goes into the output folder, which is created when missing.
+  fs::path to = geneOptions.to;
+  const bool inOutput = to.is_relative();
+  if (inOutput) to = fs::path(options.output) / to;
+  if (!UsableOutput(to, inOutput)) return 2;
   const std::vector<std::string> genes =
       ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
   std::string reference = geneOptions.reference;
@@ -658,8 +678,6 @@ int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions
   const GeneListResult result =
       GeneListSubnetwork(network, genes, geneOptions.intermediates, progress);
   progress.finish();
-  fs::path to = geneOptions.to;
-  if (to.is_relative()) to = fs::path(options.output) / to;
   const bool found = !result.rows.empty();
   if (found) WriteFileAtomically(to, SigRowsText(result.rows));
   if (options.json) {
