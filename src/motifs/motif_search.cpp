@@ -666,6 +666,73 @@ bool MotifIsSigned(MotifKind kind) {
   return kind != MotifKind::Bifan && kind != MotifKind::Scaffold;
 }
 
+double EstimateMotifCount(const Network& network, MotifKind kind) {
+  const std::size_t n = network.moleculeCount();
+  const bool neutral = kind == MotifKind::Scaffold;
+  const auto uses = [&](const Interaction& x) {
+    return x.source != x.target && x.isNeutral() == neutral;
+  };
+  // A pair linked both ways is one partner pair, taken at its lower-to-higher link.
+  const auto firstOfPair = [&](const Interaction& x) {
+    const Interaction* back = network.findInteraction(x.target, x.source);
+    return back == nullptr || !uses(*back) || x.source < x.target;
+  };
+  std::vector<double> out(n, 0), in(n, 0), around(n, 0);
+  for (const Interaction& x : network.interactions()) {
+    if (!uses(x)) continue;
+    out[x.source - 1] += 1;
+    in[x.target - 1] += 1;
+    if (firstOfPair(x)) {
+      around[x.source - 1] += 1;
+      around[x.target - 1] += 1;
+    }
+  }
+  const auto forEachLink = [&](const auto& fn) {
+    for (const Interaction& x : network.interactions()) {
+      if (uses(x)) fn(x.source - 1, x.target - 1);
+    }
+  };
+  double sum = 0;
+  switch (kind) {
+    case MotifKind::FeedbackLoop3:
+      forEachLink([&](std::size_t u, std::size_t v) { sum += std::min(out[v], in[u]); });
+      return sum / 3;
+    case MotifKind::FeedbackLoop4:
+      forEachLink([&](std::size_t b, std::size_t c) { sum += in[b] * out[c]; });
+      return sum / 4;
+    case MotifKind::FeedbackLoop5: {
+      std::vector<double> in2(n, 0), out2(n, 0);
+      forEachLink([&](std::size_t b, std::size_t c) {
+        in2[c] += in[b];
+        out2[b] += out[c];
+      });
+      for (std::size_t c = 0; c < n; ++c) sum += in2[c] * out2[c];
+      return sum / 5;
+    }
+    case MotifKind::FeedforwardLoop3:
+      forEachLink([&](std::size_t b, std::size_t a) { sum += std::min(in[a], in[b]); });
+      return sum;
+    case MotifKind::FeedforwardLoop4:
+      forEachLink([&](std::size_t a, std::size_t b) {
+        sum += in[a] * std::max(0.0, in[b] - 1) / 2 + in[a] * out[b];
+      });
+      return sum;
+    case MotifKind::Bifan:
+      forEachLink([&](std::size_t s, std::size_t a) {
+        sum += std::max(0.0, in[a] - 1) * std::max(0.0, out[s] - 1);
+      });
+      return sum / 4;
+    case MotifKind::Scaffold:
+      for (const Interaction& x : network.interactions()) {
+        if (uses(x) && firstOfPair(x)) {
+          sum += std::min(around[x.source - 1], around[x.target - 1]);
+        }
+      }
+      return sum / 3;
+  }
+  return sum;
+}
+
 MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
                        unsigned threads) {
   const KindTraits traits = TraitsOf(kind);

@@ -44,6 +44,7 @@ Network LoadNetworkOf(const CommonOptions& options) {
   ReadOptions read;
   read.format = ParseNetworkFormat(options.format);
   read.columns = options.columns;
+  read.allowEmpty = options.allowEmpty;
   if (read.columns.any() && read.format != NetworkFormat::Auto &&
       read.format != NetworkFormat::Table) {
     throw std::invalid_argument("column options (--source-col, ...) are for --format table");
@@ -167,11 +168,24 @@ int RunSave(const CommonOptions& options, const std::string& to) {
   WriteSigFile(network, to);
   std::size_t rows = 0;
   for (const Interaction& i : network.interactions()) rows += i.pubmedIds.size();
+  const SigLosses losses = SigLossesOf(network);
+  if (!options.quiet && losses.moleculesWithoutInteractions > 0) {
+    std::cerr << "tessel: warning: " << losses.moleculesWithoutInteractions
+              << " molecule(s) without interactions are not in " << to
+              << " (a SIG row is an interaction)\n";
+  }
+  if (!options.quiet && losses.namesStartingWithDigit > 0) {
+    std::cerr << "tessel: note: " << losses.namesStartingWithDigit
+              << " molecule name(s) start with a digit and read back from " << to
+              << " with \"P\" in front\n";
+  }
   if (options.json) {
     Print(Json{{"file", to},
                {"rows", rows},
                {"molecules", network.moleculeCount()},
-               {"interactions", network.interactionCount()}});
+               {"interactions", network.interactionCount()},
+               {"dropped_molecules", losses.moleculesWithoutInteractions},
+               {"names_gaining_p", losses.namesStartingWithDigit}});
   } else {
     std::cout << "Saved " << rows << " rows (" << network.interactionCount() << " interactions) to "
               << to << "\n";
@@ -183,6 +197,8 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
   if (motifOptions.maxDrawings) command.maxDrawings = *motifOptions.maxDrawings;
+  if (motifOptions.maxMotifs) command.maxMotifs = *motifOptions.maxMotifs;
+  command.force = motifOptions.force;
   command.threads = motifOptions.threads;
   command.context = ContextOf(options);
   if (motifOptions.kinds.empty()) {
@@ -197,8 +213,14 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   }
   const Loaded loaded = Load(options);
   TerminalProgress progress(!options.quiet);
-  const MotifCommandResult result =
-      RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
+  MotifCommandResult result;
+  try {
+    result = RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
+  } catch (const MotifLimitError& e) {
+    progress.finish();
+    std::cerr << "tessel: error: " << options.network << ": " << e.what() << "\n";
+    return 2;
+  }
   progress.finish();
   if (options.json) {
     Json j;
@@ -228,6 +250,11 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
   const Loaded loaded = Load(options);
   const std::size_t molecules = loaded.network.moleculeCount();
+  // Beyond what Graphviz can draw at all: no use asking for --force.
+  if (const std::string problem = DrawingSizeProblem(loaded.network); !problem.empty()) {
+    std::cerr << "tessel: error: " << options.network << ": " << problem << "\n";
+    return 1;
+  }
   if (molecules > kLargeDrawingMolecules && !force) {
     std::cerr << "tessel: error: " << options.network << " has " << molecules
               << " molecules; drawings above " << kLargeDrawingMolecules
