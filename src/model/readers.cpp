@@ -348,7 +348,10 @@ void AppendSigRow(std::string& out, const SigRow& row) {
       const std::size_t start = out.size();
       out.append(s);
       for (std::size_t k = start; k < out.size(); ++k) {
-        if (IsBlank(out[k]) || out[k] == '\n') out[k] = '_';
+        // Blanks would split the field, and control characters (NUL included) would make
+        // the file binary.
+        const auto c = static_cast<unsigned char>(out[k]);
+        if (c < 0x20 || c == 0x7F || c == ' ') out[k] = '_';
       }
     }
     out.push_back(' ');

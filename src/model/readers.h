@@ -104,8 +104,8 @@ struct SigRow {
 SigRow FirstRowOf(const Network& network, const Interaction& interaction);
 
 // Appends one SIG line: fields separated by one blank, ended by a line break. An empty
-// field is written "NA" and blanks inside a field become "_", so that the line always
-// reads back as the same thirteen fields.
+// field is written "NA" and blanks and control characters inside a field become "_", so
+// that the line always reads back as the same thirteen fields of text.
 void AppendSigRow(std::string& out, const SigRow& row);
 
 // The text of a SIG file holding the rows in order.
