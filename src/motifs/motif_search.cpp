@@ -692,13 +692,25 @@ double EstimateMotifCount(const Network& network, MotifKind kind) {
       if (uses(x)) fn(x.source - 1, x.target - 1);
     }
   };
+  // Degree sums over the neighbours: inOut(v) adds the out-degrees of v's predecessors,
+  // and so on. They bound the molecules two steps away.
+  std::vector<double> inIn(n, 0), inOut(n, 0), outIn(n, 0), outOut(n, 0);
+  forEachLink([&](std::size_t u, std::size_t v) {
+    inIn[v] += in[u];
+    inOut[v] += out[u];
+    outIn[u] += in[v];
+    outOut[u] += out[v];
+  });
   double sum = 0;
   switch (kind) {
     case MotifKind::FeedbackLoop3:
       forEachLink([&](std::size_t u, std::size_t v) { sum += std::min(out[v], in[u]); });
       return sum / 3;
     case MotifKind::FeedbackLoop4:
-      forEachLink([&](std::size_t b, std::size_t c) { sum += in[b] * out[c]; });
+      // a->b->c->d->a: a among the predecessors of b and a successor of d.
+      forEachLink([&](std::size_t b, std::size_t c) {
+        sum += std::min({in[b] * out[c], inIn[b], outOut[c]});
+      });
       return sum / 4;
     case MotifKind::FeedbackLoop5: {
       std::vector<double> in2(n, 0), out2(n, 0);
@@ -713,13 +725,16 @@ double EstimateMotifCount(const Network& network, MotifKind kind) {
       forEachLink([&](std::size_t b, std::size_t a) { sum += std::min(in[a], in[b]); });
       return sum;
     case MotifKind::FeedforwardLoop4:
+      // S->A->B with S->C->B, at A->B; S->A with S->C->B->A, at C->B.
       forEachLink([&](std::size_t a, std::size_t b) {
-        sum += in[a] * std::max(0.0, in[b] - 1) / 2 + in[a] * out[b];
+        sum += std::min({in[a] * std::max(0.0, in[b] - 1), inOut[a], inIn[b]}) / 2 +
+               std::min({in[a] * out[b], inOut[a], outIn[b]});
       });
       return sum;
     case MotifKind::Bifan:
+      // S->A, S->C, B->A, B->C at S->A: C a successor of S, B a predecessor of A.
       forEachLink([&](std::size_t s, std::size_t a) {
-        sum += std::max(0.0, in[a] - 1) * std::max(0.0, out[s] - 1);
+        sum += std::min({std::max(0.0, in[a] - 1) * std::max(0.0, out[s] - 1), outIn[s], inOut[a]});
       });
       return sum / 4;
     case MotifKind::Scaffold:

@@ -74,15 +74,17 @@ struct MotifResult {
 // vectors (with heap overhead, rounded up).
 inline constexpr std::size_t kBytesPerMotif = 200;
 
-// An upper bound, from degree sums, on the motifs of `kind` that FindMotifs can find, which
-// also bounds the candidate paths it walks. Over the kind's links (signed, or neutral for
-// scaffolds; d+ and d- the out- and in-degrees, d the partners):
-//   fbl3  sum over u->v of min(d+(v), d-(u)) / 3    (the closing molecule of each link)
-//   fbl4  sum over b->c of d-(b) d+(c) / 4          (the 3-paths, one per link of a loop)
-//   fbl5  sum over c of in2(c) out2(c) / 5          (2-paths into and out of the middle)
+// An upper bound, from degree sums, on the motifs of `kind` that FindMotifs can find. Over
+// the kind's links (signed, or neutral for scaffolds; d+ and d- the out- and in-degrees, d
+// the partners; in-(v) the sum of d- over v's predecessors, in+(v) of their d+, out-(v)
+// and out+(v) the same over v's successors), each motif counted at one of its links:
+//   fbl3  sum over u->v of min(d+(v), d-(u)) / 3
+//   fbl4  sum over b->c of min(d-(b) d+(c), in-(b), out+(c)) / 4
+//   fbl5  sum over c of in2(c) out2(c) / 5   (2-paths into and out of the middle)
 //   ffl3  sum over b->a of min(d-(a), d-(b))
-//   ffl4  sum over a->b of d-(a) (d-(b) - 1) / 2 + d-(a) d+(b)
-//   bifan sum over s->a of (d-(a) - 1)(d+(s) - 1) / 4
+//   ffl4  sum over a->b of min(d-(a) (d-(b) - 1), in+(a), in-(b)) / 2
+//                         + min(d-(a) d+(b), in+(a), out-(b))
+//   bifan sum over s->a of min((d-(a) - 1)(d+(s) - 1), out-(s), in+(a)) / 4
 //   scaffold  sum over partners {u, v} of min(d(u), d(v)) / 3
 // Exact counts are usually far lower; the bound is what can be promised before searching.
 double EstimateMotifCount(const Network& network, MotifKind kind);
