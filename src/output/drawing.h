@@ -27,7 +27,8 @@ inline constexpr const char* kFastLayoutEngine = "sfdp";
 // Beyond these sizes the drawing is refused, with --force or without, before Graphviz is
 // called: molecules and interactions together, and the bytes of one molecule name.
 // Measured: a chain of 20,000 molecules (39,999 elements) takes 90 s and 150 MB with sfdp,
-// and the time grows faster than the size; a chain of 300,000 overflowed the stack. A
+// and a chain of 50,000 had not finished after 8 minutes; a chain of 300,000 overflowed
+// the stack. A
 // name of 60,000 letters still drew, one of 80,000 gave an empty JPEG (the image is scaled
 // to 37.5 inches, and the name's node becomes too thin to draw); the limit keeps a margin
 // for wide letters.
