@@ -24,6 +24,7 @@
 #include "output/matrix.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
+#include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
 
@@ -49,8 +50,8 @@ Network LoadNetworkOf(const CommonOptions& options) {
       read.format != NetworkFormat::Table) {
     throw std::invalid_argument("column options (--source-col, ...) are for --format table");
   }
-  Network network = LoadNetwork(fs::path(options.network), read, &warnings);
-  if (!options.quiet) {
+  const auto show = [&] {
+    if (options.quiet) return;
     for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
     const std::vector<std::string> lines = warnings.lines();
     const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
@@ -58,7 +59,15 @@ Network LoadNetworkOf(const CommonOptions& options) {
     if (lines.size() > shown) {
       std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
     }
+  };
+  Network network;
+  try {
+    network = LoadNetwork(fs::path(options.network), read, &warnings);
+  } catch (const InputError&) {
+    show();  // what the reader left out explains a file that gave nothing
+    throw;
   }
+  show();
   return network;
 }
 
