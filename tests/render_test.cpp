@@ -59,6 +59,7 @@ TEST(Render, AnImageTooThinToDrawIsAnErrorNotAnEmptyFile) {
     RenderJpegFile(dot, dir / "wide.jpg");
     FAIL();
   } catch (const RenderError& e) {
+    EXPECT_TRUE(std::string(e.what()).starts_with((dir / "wide.jpg").string() + ": Graphviz "));
     EXPECT_NE(std::string(e.what()).find("empty jpg image"), std::string::npos) << e.what();
   }
   EXPECT_FALSE(fs::exists(dir / "wide.jpg"));

@@ -594,12 +594,26 @@ RenderedDrawing RenderSvgAndJpeg(std::string_view dot, Progress& progress) {
   return {std::move(both[0]), std::move(both[1])};
 }
 
+namespace {
+
+// Renders for `path`; a failure names the file.
+template <typename RenderFn>
+std::string RenderFor(const std::filesystem::path& path, RenderFn render) {
+  try {
+    return render();
+  } catch (const RenderError& e) {
+    throw RenderError(path.string() + ": " + e.what());
+  }
+}
+
+}  // namespace
+
 void RenderSvgFile(std::string_view dot, const std::filesystem::path& path) {
-  WriteFileAtomically(path, RenderSvg(dot));
+  WriteFileAtomically(path, RenderFor(path, [&] { return RenderSvg(dot); }));
 }
 
 void RenderJpegFile(std::string_view dot, const std::filesystem::path& path) {
-  WriteFileAtomically(path, RenderJpeg(dot));
+  WriteFileAtomically(path, RenderFor(path, [&] { return RenderJpeg(dot); }));
 }
 
 std::string AddSvgNavigation(std::string_view svg, int mode) {
