@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "model/readers.h"
+#include "output/drawing.h"
 #include "test_support.h"
 #include "util/text.h"
 
@@ -84,6 +85,41 @@ TEST(Cli, ValidateAndSaveRoundTrip) {
   EXPECT_EQ(test::ReadFile(copy), test::ReadFile(again));
   // 807 distinct ordered (source, target) name pairs in the file.
   EXPECT_EQ(nlohmann::json::parse(r.out)["interactions"], 807);
+}
+
+TEST(Cli, LimitsAndWhatSigCannotHold) {
+  test::ScratchDir dir;
+  // Only molecules: refused unless --allow-empty; saved, they are reported as dropped.
+  test::WriteFile(dir / "lonely.sif", "A\nB pp C\n");
+  test::WriteFile(dir / "none.sif", "A\nB\n");
+  RunResult r = RunTessel(dir, {"stats", "-q", "none.sif"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_EQ(r.err,
+            "tessel: error: none.sif: the file holds no interaction the reader could use (read "
+            "as SIF; it names 2 molecule(s))\n");
+  EXPECT_EQ(RunTessel(dir, {"stats", "-q", "--allow-empty", "none.sif"}).exitCode, 0);
+  r = RunTessel(dir, {"save", "--json", "--to", "out.sig", "lonely.sif"});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(nlohmann::json::parse(r.out)["dropped_molecules"], 1);
+  EXPECT_NE(r.err.find("1 molecule(s) without interactions are not in out.sig"), std::string::npos);
+
+  // A motif search over the limit is refused naming the file; --force searches.
+  r = RunTessel(
+      dir, {"motifs", "-q", "--max-motifs", "0", "--kinds", "fbl3", Example("signor_lbc.sig")});
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_NE(r.err.find("signor_lbc.sig: the motif search could find too many motifs"),
+            std::string::npos)
+      << r.err;
+  r = RunTessel(dir, {"motifs", "-q", "--json", "--no-drawings", "--max-motifs", "0", "--force",
+                      "--kinds", "fbl3", Example("signor_lbc.sig")});
+  EXPECT_EQ(r.exitCode, 0) << r.err;
+
+  // A name longer than drawings take is refused before Graphviz, even with --force.
+  test::WriteFile(dir / "long.sif", std::string(kMaxDrawingNameLength + 1, 'N') + " pp B\n");
+  r = RunTessel(dir, {"draw", "--force", "long.sif"});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_NE(r.err.find("long.sif: molecule name"), std::string::npos) << r.err;
+  EXPECT_FALSE(fs::exists(dir / "network.jpg"));
 }
 
 TEST(Cli, BadInputGivesOneLineNamingFileAndLineAndKeepsExistingOutput) {

@@ -169,6 +169,48 @@ TEST(SafeFileName, KeepsPlainNamesAndIsInjectiveAndSafe) {
 namespace tessel {
 namespace {
 
+TEST(MotifLimit, ACompleteNetworkIsRefusedBeforeSearchingUnlessForced) {
+  // Every ordered pair of 300 molecules: billions of loops of 4.
+  NetworkBuilder builder;
+  for (int s = 0; s < 300; ++s) {
+    for (int t = 0; t < 300; ++t) {
+      if (s != t)
+        builder.addRow({"M" + std::to_string(s)}, {"M" + std::to_string(t)}, "+", "NA", 1);
+    }
+  }
+  const Network complete = builder.build();
+  EXPECT_GT(EstimateMotifCount(complete, MotifKind::FeedbackLoop4), 1e9);
+  test::ScratchDir dir;
+  NullProgress progress;
+  MotifCommandOptions options;
+  options.kinds = MotifCommandOrder();
+  try {
+    RunMotifCommand(complete, ColorShapeTable::Defaults(), options, dir.path(), progress);
+    FAIL();
+  } catch (const MotifLimitError& e) {
+    const std::string message = e.what();
+    EXPECT_NE(message.find("fbl4 up to 2 billion"), std::string::npos) << message;
+    EXPECT_NE(message.find("--force"), std::string::npos);
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / kMotifsFolder));
+
+  // A small limit refuses a small network too; forcing searches and counts as usual, and the
+  // motif lists are released once the pages are written.
+  const Network net = LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig");
+  options.kinds = {MotifKind::FeedbackLoop3, MotifKind::Scaffold};
+  options.maxMotifs = 0;
+  options.drawings = false;
+  EXPECT_THROW(RunMotifCommand(net, ColorShapeTable::Defaults(), options, dir.path(), progress),
+               MotifLimitError);
+  options.force = true;
+  const MotifCommandResult forced =
+      RunMotifCommand(net, ColorShapeTable::Defaults(), options, dir.path(), progress);
+  for (const MotifResult& r : forced.results) {
+    EXPECT_TRUE(r.motifs.empty());
+    EXPECT_EQ(r.total(), FindMotifs(net, r.kind, progress).total());
+  }
+}
+
 TEST(ExampleDrawings, EveryMotifAndWholeNetworkDrawingRenders) {
   const std::vector<MotifKind> all = MotifCommandOrder();
   for (const char* name : {"signor_lbc.sig", "omnipath_signed.sig"}) {

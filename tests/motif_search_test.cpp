@@ -254,6 +254,8 @@ TEST(MotifSearch, RandomNetworksMatchThePlainSearchWithOneTwoAndThreeThreads) {
     for (const Kind& kind : kKinds) {
       const MotifResult want = PlainSearch(net, kind);
       for (const Motif& motif : want.motifs) signs[kind.kind].insert(motif.sign);
+      // The estimate made before searching is an upper bound.
+      EXPECT_GE(EstimateMotifCount(net, kind.kind), static_cast<double>(want.total())) << kind.name;
       for (const unsigned threads : {1u, 2u, 3u}) {
         SCOPED_TRACE(testing::Message()
                      << kind.name << " round " << round << " threads " << threads);

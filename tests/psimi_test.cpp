@@ -214,8 +214,15 @@ void ExpectLoadsThroughDetection(const fs::path& file, NetworkFormat format) {
               std::string::npos);
     return;
   }
-  const Network net = LoadNetwork(file);
+  ReadOptions options;
+  options.allowEmpty = true;
+  const Network net = LoadNetwork(file, options);
   for (const Interaction& i : net.interactions()) EXPECT_GT(i.firstPubmedId(), 0);
+  // A file that gives no interaction is refused unless asked for.
+  if (net.interactionCount() == 0) {
+    EXPECT_NE(ErrorOf([&] { LoadNetwork(file); }).find("holds no interaction the reader could use"),
+              std::string::npos);
+  }
 }
 
 TEST(PsiMiFiles, EveryExampleFileLoadsThroughDetection) {

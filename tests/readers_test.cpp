@@ -1,6 +1,7 @@
 // Reading networks: merge rules, ids and order, the SIG and two-column formats, bad input.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -358,6 +359,97 @@ TEST(LoadNetwork, MissingFilesAndDirectoriesAreClearErrors) {
   } catch (const InputError& e) {
     EXPECT_NE(std::string(e.what()).find("is a directory"), std::string::npos);
   }
+}
+
+// Molecules with interactions, sorted, and the interactions as "source target effect ids".
+std::pair<std::vector<std::string>, std::vector<std::string>> Shape(const Network& net) {
+  std::vector<std::string> names, rows;
+  for (const Interaction& i : net.interactions()) {
+    names.push_back(net.sourceName(i));
+    names.push_back(net.targetName(i));
+    std::string row = net.sourceName(i) + " " + net.targetName(i) + " " + i.effect;
+    for (const PubmedId id : i.pubmedIds) row += " " + std::to_string(id);
+    rows.push_back(std::move(row));
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return {names, rows};
+}
+
+TEST(SigRoundTrip, NamesSigCannotHoldAreRenamedOnLoadSoThatSaveAndLoadAgree) {
+  using namespace std::string_literals;
+  const std::string mitabTail = "\t-\t-\tpubmed:5\t-\t-\t-\t-\t-\t-\n";
+  const std::string graphml =
+      "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\"><graph edgedefault=\"directed\">"
+      "<node id=\"na\"/><node id=\"a b\"/><node id=\"Na\"/><node id=\"lonely\"/>"
+      "<edge source=\"na\" target=\"a b\"/><edge source=\"a b\" target=\"Na\"/>"
+      "</graph></graphml>\n";
+  const std::string psimi =
+      "<entrySet level='2'><entry><interactorList>"
+      "<interactor id='1'><names><shortLabel>na</shortLabel></names></interactor>"
+      "<interactor id='2'><names><shortLabel>NA</shortLabel></names></interactor>"
+      "</interactorList><interactionList><interaction><xref><primaryRef db='PubMed' id='7'/>"
+      "</xref><participantList><participant><interactorRef>1</interactorRef></participant>"
+      "<participant><interactorRef>2</interactorRef></participant></participantList>"
+      "</interaction></interactionList></entry></entrySet>\n";
+  const struct {
+    NetworkFormat format;
+    std::string text;
+    std::string names;  // the molecules as read, in id order
+  } cases[] = {
+      {NetworkFormat::Mitab,
+       "uniprotkb:P1\tuniprotkb:P2\t-\t-\tuniprotkb:na(gene name)\tuniprotkb:X\x01Y(gene name)" +
+           mitabTail + "uniprotkb:P3\tuniprotkb:P2\t-\t-\tuniprotkb:A\0B(gene name)"s +
+           "\tuniprotkb:X\x01Y(gene name)" + mitabTail,
+       "na_ X_Y A_B"},
+      {NetworkFormat::Table, "source,target,effect\nna,B C,+\nnA,x\ty,-\n", "na_ B_C nA_ x_y"},
+      {NetworkFormat::Sif, "nA pp B\x7f\nB\x7f pd Na\n", "nA_ B_ Na_"},
+      {NetworkFormat::GraphMl, graphml, "na_ a_b Na_ lonely"},
+      {NetworkFormat::PsiMi, psimi, "na_ NA_"},
+      {NetworkFormat::Pairs, "A\x02 NA\nNA nA\n", "A_ NA_ nA_"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(FormatName(c.format)));
+    ReadOptions options;
+    options.format = c.format;
+    Warnings warnings;
+    const Network loaded = ReadNetworkText(c.text, "in", options, &warnings);
+    std::string names;
+    for (const Molecule& m : loaded.molecules()) names += (names.empty() ? "" : " ") + m.name;
+    EXPECT_EQ(names, c.names);
+    // Each renaming is a counted warning.
+    EXPECT_TRUE(std::any_of(warnings.entries().begin(), warnings.entries().end(),
+                            [](const Warnings::Entry& e) { return e.key == "sig-name"; }));
+    const Network again = ReadSigText(SigText(loaded), "saved.sig");
+    EXPECT_EQ(Shape(again), Shape(loaded));
+    EXPECT_GE(Shape(loaded).second.size(), 1u);
+    for (const auto& name : Shape(loaded).first) EXPECT_FALSE(SigSafeName(name)) << name;
+  }
+  EXPECT_EQ(SigSafeName("na"), "na_");
+  EXPECT_EQ(SigSafeName("a b\tc\0"s), "a_b_c_");
+  EXPECT_EQ(SigSafeName("nab"), std::nullopt);
+}
+
+TEST(SigRoundTrip, FilesWithoutInteractionsAndMoleculesSigCannotHold) {
+  // Only molecules, or a MITAB row of a single participant: refused unless asked for (the
+  // message is checked with the command line).
+  ReadOptions options;
+  options.format = NetworkFormat::Sif;
+  EXPECT_THROW(ReadNetworkText("A\nB\n", "lonely.sif", options), InputError);
+  options.allowEmpty = true;
+  EXPECT_EQ(ReadNetworkText("A\nB\n", "lonely.sif", options).moleculeCount(), 2u);
+  options = {};
+  options.format = NetworkFormat::Mitab;
+  EXPECT_THROW(ReadNetworkText("uniprotkb:P1\tuniprotkb:P1" + std::string(13, '\t') + "\n",
+                               "one.txt", options),
+               InputError);
+  // What SIG leaves out: molecules without interactions; digits gain a "P" on reading back.
+  options = {};
+  options.format = NetworkFormat::Sif;
+  const Network net = ReadNetworkText("A pp 1B\nC\n", "x.sif", options);
+  const SigLosses losses = SigLossesOf(net);
+  EXPECT_EQ(losses.moleculesWithoutInteractions, 1u);
+  EXPECT_EQ(losses.namesStartingWithDigit, 1u);
 }
 
 }  // namespace

@@ -49,6 +49,22 @@ TEST(Render, BadDotGivesRenderErrorAndLeavesTheFileAlone) {
   EXPECT_TRUE(test::ReadFile(dir / "sub" / "new.jpg").starts_with("\xFF\xD8\xFF"));
 }
 
+TEST(Render, AnImageTooThinToDrawIsAnErrorNotAnEmptyFile) {
+  // One node 100,000 letters wide, scaled into 37.5 inches: the JPEG renderer gives nothing.
+  std::string label = "\"" + std::string(10000, 'A') + "\"";
+  for (int k = 1; k < 10; ++k) label += " + \"" + std::string(10000, 'A') + "\"";
+  const std::string dot = "digraph G { size=\"37.5,50\"; a [label=" + label + "]; a -> b; }";
+  test::ScratchDir dir;
+  try {
+    RenderJpegFile(dot, dir / "wide.jpg");
+    FAIL();
+  } catch (const RenderError& e) {
+    EXPECT_TRUE(std::string(e.what()).starts_with((dir / "wide.jpg").string() + ": Graphviz "));
+    EXPECT_NE(std::string(e.what()).find("empty jpg image"), std::string::npos) << e.what();
+  }
+  EXPECT_FALSE(fs::exists(dir / "wide.jpg"));
+}
+
 TEST(Render, ConcurrentRenderingMatchesSequential) {
   std::vector<std::string> dots = {"digraph G { a -> ; }"};  // a failure among the others
   std::string edges;                                         // a growing tree
@@ -264,6 +280,30 @@ TEST(Drawing, AwkwardNamesGiveDotJpegAndWellFormedNavigableSvg) {
   DrawNetwork(small, colors, dir / "out", "my net.v2");
   EXPECT_EQ(test::ReadFile(dir / "out" / "my net.v2.dot"), NetworkDot(small, colors));
   EXPECT_EQ(std::distance(fs::directory_iterator(dir / "out"), fs::directory_iterator()), 3);
+}
+
+TEST(Drawing, BeyondTheLimitsIsRefusedBeforeGraphvizNamingTheFile) {
+  std::string edges;
+  const std::size_t molecules = kMaxDrawingElements / 2 + 1;
+  for (std::size_t k = 1; k < molecules; ++k) {
+    edges += "M" + std::to_string(k) + " M" + std::to_string(k + 1) + " +\n";
+  }
+  const Network chain = test::NetworkFromEdges(edges);
+  EXPECT_NE(DrawingSizeProblem(chain).find("too large to draw"), std::string::npos);
+  const Network longName =
+      test::NetworkFromEdges(std::string(kMaxDrawingNameLength + 1, 'N') + " B +\n");
+  EXPECT_NE(DrawingSizeProblem(longName).find("drawings take names of at most"), std::string::npos);
+  EXPECT_EQ(DrawingSizeProblem(test::NetworkFromEdges("A B +\n")), "");
+  test::ScratchDir dir;
+  for (const Network* net : {&chain, &longName}) {
+    try {
+      DrawNetwork(*net, ColorShapeTable::Defaults(), dir.path(), "big");
+      FAIL();
+    } catch (const RenderError& e) {
+      EXPECT_TRUE(std::string(e.what()).starts_with((dir / "big.jpg").string() + ": "));
+    }
+  }
+  EXPECT_TRUE(fs::is_empty(dir.path()));
 }
 
 TEST(Drawing, LargeNetworksSwitchToTheFastEngineAndSmallOnesKeepTheirText) {

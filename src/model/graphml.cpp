@@ -213,6 +213,7 @@ class GraphMlReader {
     if (nodes_.empty()) throw InputError(file_, lineOf(root), "the graph holds no nodes");
 
     NetworkBuilder builder;
+    builder.makeNamesSigSafe(warnings_, file_);
     builder.reserve(edges_.size());
     for (const NodeRecord& n : nodes_) builder.addMolecule(EndPointOf(n), n.line);
     for (const pugi::xml_node& edge : edges_) addEdge(builder, edge);

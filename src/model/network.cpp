@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "model/warnings.h"
+#include "util/text.h"
+
 namespace tessel {
 
 std::string UpperCaseKey(std::string_view s) {
@@ -41,7 +44,61 @@ void NetworkBuilder::recordConflict(MoleculeId id, MoleculeConflict::Field field
   net_.moleculeConflicts_.push_back({id, field, std::string(value), line, 1});
 }
 
-MoleculeId NetworkBuilder::addMolecule(const EndPoint& e, std::size_t line) {
+namespace {
+
+// The name for a message: control characters written as "\xHH".
+std::string Printable(std::string_view name) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  for (const char c : name) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u < 0x20 || u == 0x7F) {
+      out += "\\x";
+      out += kHex[u >> 4];
+      out += kHex[u & 15];
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+std::optional<std::string> SigSafeName(std::string_view name) {
+  const auto unsafe = [](char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return u < 0x20 || u == 0x7F || c == ' ';
+  };
+  const bool endMarker = name.size() == 2 && UpperCaseKey(name) == "NA";
+  if (!endMarker && std::none_of(name.begin(), name.end(), unsafe)) return std::nullopt;
+  std::string safe(name);
+  for (char& c : safe) {
+    if (unsafe(c)) c = '_';
+  }
+  if (endMarker) safe.push_back('_');
+  return safe;
+}
+
+void NetworkBuilder::makeNamesSigSafe(Warnings* warnings, std::string file) {
+  sigSafeNames_ = true;
+  warnings_ = warnings;
+  file_ = std::move(file);
+}
+
+MoleculeId NetworkBuilder::addMolecule(const EndPoint& given, std::size_t line) {
+  EndPoint e = given;
+  std::optional<std::string> safe;
+  if (sigSafeNames_ && (safe = SigSafeName(e.name))) {
+    if (warnings_ != nullptr) {
+      warnings_->add("sig-name", file_, line,
+                     "molecule name \"" + Abbreviate(Printable(e.name), 40) +
+                         "\" cannot be written to a SIG file (\"na\" ends the data there; "
+                         "blanks and control characters split or break the row): read as \"" +
+                         Abbreviate(Printable(*safe), 40) + "\"");
+    }
+    e.name = *safe;
+  }
   auto it = net_.nameIndex_.find(e.name);
   if (it != net_.nameIndex_.end()) {
     const MoleculeId id = it->second;

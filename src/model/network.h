@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,6 +16,8 @@
 #include <vector>
 
 namespace tessel {
+
+class Warnings;
 
 using MoleculeId = std::uint32_t;  // 1-based; 0 means "no molecule"
 using PubmedId = std::int64_t;
@@ -202,6 +205,12 @@ class NetworkBuilder {
   // molecule keeps its fields, but those still "NA" (or empty) take the values given here.
   MoleculeId addMolecule(const EndPoint& e, std::size_t line = 0);
 
+  // From now on, names that a SIG file cannot hold are changed on the way in (see
+  // SigSafeName), each change counted in `warnings` under `file`. Readers of formats other
+  // than SIG turn this on, so that a network saved as SIG reads back the same. Molecules
+  // whose safe names coincide become one.
+  void makeNamesSigSafe(Warnings* warnings, std::string file);
+
   std::size_t rowCount() const { return rows_; }
   std::size_t interactionCount() const { return net_.interactions_.size(); }
 
@@ -215,6 +224,9 @@ class NetworkBuilder {
 
   Network net_;
   std::size_t rows_ = 0;
+  bool sigSafeNames_ = false;
+  Warnings* warnings_ = nullptr;
+  std::string file_;
   // (molecule, field, value) already recorded as a conflict -> index in moleculeConflicts_.
   absl::flat_hash_map<std::string, std::size_t> conflictIndex_;
 };
@@ -223,6 +235,13 @@ class NetworkBuilder {
 inline bool IsUnknownField(std::string_view value) {
   return value.empty() || value == "NA";
 }
+
+// The name as a SIG file can hold it, or nothing when it can be written as it is. A SIG
+// field holds no blanks, line breaks or other control characters (NUL included): each
+// becomes "_". A row whose first or sixth field is "na" ends the data, so a whole name
+// "na" in any letter case gains a trailing "_" ("NA" -> "NA_"). An empty name is left to
+// the reader to refuse. A leading digit is kept: the SIG reader puts "P" before it.
+std::optional<std::string> SigSafeName(std::string_view name);
 
 // Upper-cases ASCII letters; other bytes are kept. Used for the display order.
 std::string UpperCaseKey(std::string_view s);

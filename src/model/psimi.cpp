@@ -83,6 +83,11 @@ class BinaryCollector {
  public:
   DropCounts counts;
 
+  // Names a SIG file cannot hold are changed as they come in (NetworkBuilder).
+  void makeNamesSigSafe(Warnings* warnings, const std::string& file) {
+    builder_.makeNamesSigSafe(warnings, file);
+  }
+
   void add(const Partner& a, const Partner& b, std::string_view effect, std::string_view type,
            const std::vector<PubmedId>& pubmedIds, std::size_t line) {
     const EndPoint source{a.name, a.accession};
@@ -254,7 +259,10 @@ Partner ReadInteractor(const pugi::xml_node& interactor) {
 
 class PsiMiXmlReader {
  public:
-  PsiMiXmlReader(std::string_view text, const std::string& file) : lines_(text), file_(file) {}
+  PsiMiXmlReader(std::string_view text, const std::string& file, Warnings* warnings)
+      : lines_(text), file_(file) {
+    out_.makeNamesSigSafe(warnings, file);
+  }
 
   std::size_t lineOf(const pugi::xml_node& node) const {
     return lines_.lineOf(node.offset_debug());
@@ -563,7 +571,7 @@ Network ReadPsiMiXml(std::string_view text, const std::string& file, Warnings* w
 
   pugi::xml_document doc;
   ParseXml(doc, text, file, lines);
-  PsiMiXmlReader reader(text, file);
+  PsiMiXmlReader reader(text, file, warnings);
   const pugi::xml_node root = doc.document_element();
   if (LocalName(root) != "entrySet") {
     throw InputError(file, reader.lineOf(root),
@@ -628,6 +636,7 @@ Network ReadMitabText(std::string_view text, const std::string& file, Warnings* 
   };
 
   BinaryCollector out;
+  out.makeNamesSigSafe(warnings, file);
   absl::flat_hash_set<std::string> unnamed;  // identifiers of interactors without a name
   for (const Row& row : rows) {
     const std::vector<std::string_view>& f = row.fields;

@@ -175,9 +175,10 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
   return builder.build();
 }
 
-Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnings*) {
+Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnings* warnings) {
   CheckIsText(text, file, EmptyText::kNoBytes);
   NetworkBuilder builder;
+  builder.makeNamesSigSafe(warnings, file);
   std::array<std::string_view, 2> f;
   bool ended = false;
   bool first = true;
@@ -258,6 +259,12 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
   return NetworkFormat::Sig;
 }
 
+namespace {
+// Reads `text` with the reader of `format` (not Auto).
+Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
+                   const ReadOptions& options, Warnings* warnings);
+}  // namespace
+
 Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
                         Warnings* warnings) {
   NetworkFormat format = options.format;
@@ -270,6 +277,22 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
                      std::string(FormatName(format)) + ")");
     }
   }
+  Network network = ReadFormat(text, file, format, options, warnings);
+  if (network.interactionCount() == 0 && !options.allowEmpty) {
+    std::string message = "the file holds no interaction the reader could use (read as " +
+                          std::string(FormatDescription(format));
+    if (!network.empty()) {
+      message += "; it names " + std::to_string(network.moleculeCount()) + " molecule(s)";
+    }
+    throw InputError(file, 0, message + ")");
+  }
+  return network;
+}
+
+namespace {
+
+Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
+                   const ReadOptions& options, Warnings* warnings) {
   switch (format) {
     case NetworkFormat::Sig:
       return ReadSigText(text, file, warnings);
@@ -294,6 +317,8 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
   }
   throw InputError(file, 0, "unknown network format");
 }
+
+}  // namespace
 
 Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
                     Warnings* warnings) {
@@ -323,7 +348,10 @@ void AppendSigRow(std::string& out, const SigRow& row) {
       const std::size_t start = out.size();
       out.append(s);
       for (std::size_t k = start; k < out.size(); ++k) {
-        if (IsBlank(out[k]) || out[k] == '\n') out[k] = '_';
+        // Blanks would split the field, and control characters (NUL included) would make
+        // the file binary.
+        const auto c = static_cast<unsigned char>(out[k]);
+        if (c < 0x20 || c == 0x7F || c == ' ') out[k] = '_';
       }
     }
     out.push_back(' ');
@@ -361,6 +389,18 @@ std::string SigText(const Network& network) {
     }
   }
   return out;
+}
+
+SigLosses SigLossesOf(const Network& network) {
+  SigLosses losses;
+  for (const Molecule& m : network.molecules()) {
+    if (network.outgoing(m.id).empty() && network.incoming(m.id).empty()) {
+      ++losses.moleculesWithoutInteractions;
+    } else if (!m.name.empty() && m.name[0] >= '0' && m.name[0] <= '9') {
+      ++losses.namesStartingWithDigit;
+    }
+  }
+  return losses;
 }
 
 void WriteSigFile(const Network& network, const std::filesystem::path& path) {

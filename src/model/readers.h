@@ -57,6 +57,9 @@ struct TableColumns {
 struct ReadOptions {
   NetworkFormat format = NetworkFormat::Auto;
   TableColumns columns;  // table files only; given columns make Auto mean Table
+  // A file from which the reader takes no interaction (only molecules, or nothing it could
+  // use) is an InputError unless this is set.
+  bool allowEmpty = false;
 };
 
 // The 13-column SIG format. `file` names the source in messages.
@@ -81,6 +84,8 @@ Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format = Ne
 Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
                     Warnings* warnings = nullptr);
 // Reads network text already in memory, as LoadNetwork does with a file's contents.
+// Throws InputError when the reader took no interaction from it, unless
+// options.allowEmpty.
 Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
                         Warnings* warnings = nullptr);
 
@@ -99,8 +104,8 @@ struct SigRow {
 SigRow FirstRowOf(const Network& network, const Interaction& interaction);
 
 // Appends one SIG line: fields separated by one blank, ended by a line break. An empty
-// field is written "NA" and blanks inside a field become "_", so that the line always
-// reads back as the same thirteen fields.
+// field is written "NA" and blanks and control characters inside a field become "_", so
+// that the line always reads back as the same thirteen fields of text.
 void AppendSigRow(std::string& out, const SigRow& row);
 
 // The text of a SIG file holding the rows in order.
@@ -108,6 +113,15 @@ std::string SigRowsText(std::span<const SigRow> rows);
 
 // One row per (interaction, PubMed id) pair, interactions in creation order.
 std::string SigText(const Network& network);
+// What a SIG file of the network leaves out or reads back otherwise: SIG rows are
+// interactions, so molecules without one are not written; a name starting with a digit
+// reads back with "P" in front of it.
+struct SigLosses {
+  std::size_t moleculesWithoutInteractions = 0;
+  std::size_t namesStartingWithDigit = 0;  // of the molecules written
+};
+SigLosses SigLossesOf(const Network& network);
+
 // Writes SigText atomically (see WriteFileAtomically).
 void WriteSigFile(const Network& network, const std::filesystem::path& path);
 

@@ -559,6 +559,7 @@ class RowReader {
 Network ReadWithLayout(std::string_view text, const std::string& file, const Layout& layout,
                        bool preferEffectColumn, Warnings* warnings) {
   NetworkBuilder builder;
+  builder.makeNamesSigSafe(warnings, file);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   LineCursor lines(text, LineCursor::Mode::kStripped);
   if (layout.header) {
@@ -840,6 +841,7 @@ Network ReadSignorText(std::string_view text, const std::string& file, Warnings*
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   NetworkBuilder builder;
+  builder.makeNamesSigSafe(warnings, file);
   LineCursor lines(text, LineCursor::Mode::kStripped);
   EffectWords effects;
   std::string_view line;

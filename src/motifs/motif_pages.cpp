@@ -1,6 +1,8 @@
 #include "motifs/motif_pages.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <stdexcept>
 
 #include "output/dot.h"
@@ -13,6 +15,23 @@ namespace tessel {
 namespace fs = std::filesystem;
 
 namespace {
+
+// A large count for a message: "850", "12 million", "3.4 billion", "2.1e+15".
+std::string ApproximateCount(double value) {
+  const auto digits = [](double v) {
+    std::string text = std::to_string(std::llround(v * 10));
+    if (text.size() == 1) text.insert(0, "0");
+    text.insert(text.size() - 1, ".");
+    if (text.ends_with(".0")) text.resize(text.size() - 2);
+    return text;
+  };
+  if (value < 1e6) return value < 10 ? digits(value) : std::to_string(std::llround(value));
+  if (value < 1e9) return digits(value / 1e6) + " million";
+  if (value < 1e12) return digits(value / 1e9) + " billion";
+  std::string text(32, '\0');
+  text.resize(static_cast<std::size_t>(std::snprintf(text.data(), text.size(), "%.2g", value)));
+  return text;
+}
 
 // What the command writes and says for each kind, in the order it processes them.
 struct KindPage {
@@ -191,9 +210,34 @@ std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageC
   return WithPageContext(std::move(page), context, "Network motifs");
 }
 
+std::string MotifLimitProblem(const Network& network, const std::vector<MotifKind>& kinds,
+                              std::size_t maxMotifs) {
+  std::string over;
+  double bytes = 0;
+  for (const MotifKind kind : kinds) {
+    const double estimate = EstimateMotifCount(network, kind);
+    if (estimate <= static_cast<double>(maxMotifs)) continue;
+    bytes = std::max(bytes, estimate * kBytesPerMotif);
+    if (!over.empty()) over += ", ";
+    over += std::string(MotifKindName(kind)) + " up to " + ApproximateCount(estimate);
+  }
+  if (over.empty()) return {};
+  return "the motif search could find too many motifs for memory (" + over + "; about " +
+         ApproximateCount(bytes / 1e9) + " GB for the largest kind), above the limit of " +
+         std::to_string(maxMotifs) +
+         " per kind: search fewer kinds or a sub-network, raise the limit (--max-motifs) or "
+         "search anyway (--force)";
+}
+
 MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable& colors,
                                    const MotifCommandOptions& options, const fs::path& outputDir,
                                    Progress& progress) {
+  if (!options.force) {
+    if (const std::string problem = MotifLimitProblem(network, options.kinds, options.maxMotifs);
+        !problem.empty()) {
+      throw MotifLimitError(problem);
+    }
+  }
   MotifCommandResult result;
   result.folder = outputDir / kMotifsFolder;
   CreateFolder(result.folder);
@@ -220,6 +264,7 @@ MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable
     }
     WriteFileAtomically(result.folder / (std::string(MotifFileStem(kind)) + ".htm"),
                         MotifPage(network, kind, found.motifs, maxDrawings, kindContext));
+    found.releaseMotifs();
     result.results.push_back(std::move(found));
   }
   result.indexPage = result.folder / kMotifsIndexPage;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,11 +55,29 @@ std::string MotifPage(const Network& network, MotifKind kind, const std::vector<
 std::string MotifsIndexPage(const std::vector<MotifResult>& results,
                             const PageContext& context = {});
 
+// The motif command refuses a search whose bound (EstimateMotifCount) exceeds this many
+// motifs of one kind, unless forced: at kBytesPerMotif bytes each, 10 million motifs keep
+// the search under 2 GB. One kind's motifs are held at a time.
+inline constexpr std::size_t kDefaultMaxMotifs = 10'000'000;
+
+// A motif search refused before it started because it could exceed the limit.
+class MotifLimitError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Empty when every kind's bound is within `maxMotifs`; otherwise the message that says
+// which kinds could exceed it, by how much and what memory they could take.
+std::string MotifLimitProblem(const Network& network, const std::vector<MotifKind>& kinds,
+                              std::size_t maxMotifs);
+
 struct MotifCommandOptions {
   std::vector<MotifKind> kinds;  // any order; processed in MotifCommandOrder()
   bool drawings = true;          // false draws nothing, as maxDrawings 0 does
   unsigned threads = 0;
   std::size_t maxDrawings = kDefaultMaxDrawings;  // per kind
+  std::size_t maxMotifs = kDefaultMaxMotifs;      // per kind, as estimated beforehand
+  bool force = false;                             // search even above maxMotifs
   PageContext context;  // shown on every page (the start page link is set here)
 };
 
@@ -68,7 +87,10 @@ struct MotifCommandResult {
   std::filesystem::path indexPage;   // motifs.htm
 };
 
-// Runs the searches and writes pages (and drawings) below `outputDir`/TESSEL_motifs.
+// Runs the searches and writes pages (and drawings) below `outputDir`/TESSEL_motifs. Throws
+// MotifLimitError, before searching, when MotifLimitProblem finds a kind over the limit and
+// `force` is not set. Each kind's motif list is released once its page is written (the
+// results keep the counts).
 MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable& colors,
                                    const MotifCommandOptions& options,
                                    const std::filesystem::path& outputDir, Progress& progress);

@@ -666,6 +666,88 @@ bool MotifIsSigned(MotifKind kind) {
   return kind != MotifKind::Bifan && kind != MotifKind::Scaffold;
 }
 
+double EstimateMotifCount(const Network& network, MotifKind kind) {
+  const std::size_t n = network.moleculeCount();
+  const bool neutral = kind == MotifKind::Scaffold;
+  const auto uses = [&](const Interaction& x) {
+    return x.source != x.target && x.isNeutral() == neutral;
+  };
+  // A pair linked both ways is one partner pair, taken at its lower-to-higher link.
+  const auto firstOfPair = [&](const Interaction& x) {
+    const Interaction* back = network.findInteraction(x.target, x.source);
+    return back == nullptr || !uses(*back) || x.source < x.target;
+  };
+  std::vector<double> out(n, 0), in(n, 0), around(n, 0);
+  for (const Interaction& x : network.interactions()) {
+    if (!uses(x)) continue;
+    out[x.source - 1] += 1;
+    in[x.target - 1] += 1;
+    if (firstOfPair(x)) {
+      around[x.source - 1] += 1;
+      around[x.target - 1] += 1;
+    }
+  }
+  const auto forEachLink = [&](const auto& fn) {
+    for (const Interaction& x : network.interactions()) {
+      if (uses(x)) fn(x.source - 1, x.target - 1);
+    }
+  };
+  // Degree sums over the neighbours: inOut(v) adds the out-degrees of v's predecessors,
+  // and so on. They bound the molecules two steps away.
+  std::vector<double> inIn(n, 0), inOut(n, 0), outIn(n, 0), outOut(n, 0);
+  forEachLink([&](std::size_t u, std::size_t v) {
+    inIn[v] += in[u];
+    inOut[v] += out[u];
+    outIn[u] += in[v];
+    outOut[u] += out[v];
+  });
+  double sum = 0;
+  switch (kind) {
+    case MotifKind::FeedbackLoop3:
+      forEachLink([&](std::size_t u, std::size_t v) { sum += std::min(out[v], in[u]); });
+      return sum / 3;
+    case MotifKind::FeedbackLoop4:
+      // a->b->c->d->a: a among the predecessors of b and a successor of d.
+      forEachLink([&](std::size_t b, std::size_t c) {
+        sum += std::min({in[b] * out[c], inIn[b], outOut[c]});
+      });
+      return sum / 4;
+    case MotifKind::FeedbackLoop5: {
+      std::vector<double> in2(n, 0), out2(n, 0);
+      forEachLink([&](std::size_t b, std::size_t c) {
+        in2[c] += in[b];
+        out2[b] += out[c];
+      });
+      for (std::size_t c = 0; c < n; ++c) sum += in2[c] * out2[c];
+      return sum / 5;
+    }
+    case MotifKind::FeedforwardLoop3:
+      forEachLink([&](std::size_t b, std::size_t a) { sum += std::min(in[a], in[b]); });
+      return sum;
+    case MotifKind::FeedforwardLoop4:
+      // S->A->B with S->C->B, at A->B; S->A with S->C->B->A, at C->B.
+      forEachLink([&](std::size_t a, std::size_t b) {
+        sum += std::min({in[a] * std::max(0.0, in[b] - 1), inOut[a], inIn[b]}) / 2 +
+               std::min({in[a] * out[b], inOut[a], outIn[b]});
+      });
+      return sum;
+    case MotifKind::Bifan:
+      // S->A, S->C, B->A, B->C at S->A: C a successor of S, B a predecessor of A.
+      forEachLink([&](std::size_t s, std::size_t a) {
+        sum += std::min({std::max(0.0, in[a] - 1) * std::max(0.0, out[s] - 1), outIn[s], inOut[a]});
+      });
+      return sum / 4;
+    case MotifKind::Scaffold:
+      for (const Interaction& x : network.interactions()) {
+        if (uses(x) && firstOfPair(x)) {
+          sum += std::min(around[x.source - 1], around[x.target - 1]);
+        }
+      }
+      return sum / 3;
+  }
+  return sum;
+}
+
 MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
                        unsigned threads) {
   const KindTraits traits = TraitsOf(kind);

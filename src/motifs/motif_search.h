@@ -57,9 +57,37 @@ struct MotifResult {
   std::size_t negative = 0;
   // For each molecule (indexed by id - 1): the number of distinct motifs containing it.
   std::vector<std::uint32_t> hits;
+  // Motifs counted but no longer held (the motif command frees a kind's list once its page
+  // is written).
+  std::size_t released = 0;
 
-  std::size_t total() const { return motifs.size(); }
+  std::size_t total() const { return motifs.size() + released; }
+  // Frees the list of motifs, keeping the counts.
+  void releaseMotifs() {
+    released += motifs.size();
+    std::vector<Motif>().swap(motifs);
+  }
 };
+
+// Memory a found motif costs while the search sorts and hands over its results: its record
+// during the search and de-duplication, the merged list, and the Motif with its two small
+// vectors (with heap overhead, rounded up).
+inline constexpr std::size_t kBytesPerMotif = 200;
+
+// An upper bound, from degree sums, on the motifs of `kind` that FindMotifs can find. Over
+// the kind's links (signed, or neutral for scaffolds; d+ and d- the out- and in-degrees, d
+// the partners; in-(v) the sum of d- over v's predecessors, in+(v) of their d+, out-(v)
+// and out+(v) the same over v's successors), each motif counted at one of its links:
+//   fbl3  sum over u->v of min(d+(v), d-(u)) / 3
+//   fbl4  sum over b->c of min(d-(b) d+(c), in-(b), out+(c)) / 4
+//   fbl5  sum over c of in2(c) out2(c) / 5   (2-paths into and out of the middle)
+//   ffl3  sum over b->a of min(d-(a), d-(b))
+//   ffl4  sum over a->b of min(d-(a) (d-(b) - 1), in+(a), in-(b)) / 2
+//                         + min(d-(a) d+(b), in+(a), out-(b))
+//   bifan sum over s->a of min((d-(a) - 1)(d+(s) - 1), out-(s), in+(a)) / 4
+//   scaffold  sum over partners {u, v} of min(d(u), d(v)) / 3
+// Exact counts are usually far lower; the bound is what can be promised before searching.
+double EstimateMotifCount(const Network& network, MotifKind kind);
 
 // Finds all motifs of one kind. `threads` 0 uses the hardware concurrency; the result is
 // identical for any thread count. Reports progress per start molecule and throws Cancelled

@@ -3,7 +3,10 @@
 #include <graphviz/cgraph.h>
 #include <graphviz/gvc.h>
 
+#include <pthread.h>
+
 #include <cstdlib>
+#include <exception>
 #include <initializer_list>
 #include <mutex>
 #include <optional>
@@ -139,6 +142,41 @@ void OpenLinksAsWholePages(Agraph_t* graph) {
   }
 }
 
+// Graphviz's parser and layouts recurse over the graph: a long chain of molecules needs a
+// deep stack (a chain of 300,000 overflowed the usual 8 MB main stack). The library is
+// therefore run on a thread of its own with a large stack; the memory is reserved, and only
+// the part used is ever touched.
+constexpr std::size_t kGraphvizStackBytes = std::size_t{1} << 30;
+
+template <typename Work>
+void RunOnLargeStack(Work& work) {
+  struct Call {
+    Work* work;
+    std::exception_ptr error;
+  } call{&work, nullptr};
+  const auto body = [](void* arg) -> void* {
+    auto* c = static_cast<Call*>(arg);
+    try {
+      (*c->work)();
+    } catch (...) {
+      c->error = std::current_exception();
+    }
+    return nullptr;
+  };
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setstacksize(&attr, kGraphvizStackBytes);
+  pthread_t thread;
+  const int started = pthread_create(&thread, &attr, body, &call);
+  pthread_attr_destroy(&attr);
+  if (started != 0) {
+    work();  // no thread to be had: run on this one
+    return;
+  }
+  pthread_join(thread, nullptr);
+  if (call.error) std::rethrow_exception(call.error);
+}
+
 // Lays `dot` out once and renders it in each of `formats`, in order. The engine is dot
 // unless the graph names another in its "layout" attribute. With `progress`, reports the
 // layout and each format as a step.
@@ -152,34 +190,45 @@ std::vector<std::string> Render(std::string_view dot, std::initializer_list<cons
   ClearMessages();
 
   const std::string text(dot);  // the parser wants a terminated string
-  Agraph_t* parsed = agmemread(text.c_str());
-  if (parsed == nullptr) Fail("Graphviz could not read the DOT text", "it holds no graph");
-  GraphHandle graph(context, parsed);
-  OpenLinksAsWholePages(graph.get());
-
-  if (gvLayout(context, graph.get(), "dot") != 0) {
-    Fail("Graphviz could not lay out the drawing", "no reason given");
-  }
-
   std::vector<std::string> results;
-  std::size_t done = 1;
-  for (const char* format : formats) {
-    if (progress != nullptr) {
-      ThrowIfCancelled(*progress);
-      const std::string_view name = format;
-      progress->report(done, steps,
-                       name == "jpg" ? "Rendering the JPEG image" : "Rendering the SVG drawing");
+  auto work = [&] {
+    Agraph_t* parsed = agmemread(text.c_str());
+    if (parsed == nullptr) Fail("Graphviz could not read the DOT text", "it holds no graph");
+    GraphHandle graph(context, parsed);
+    // The parser can give up part way through (on a token too long for it, say) and still
+    // return the graph read so far.
+    if (agerrors() > 0) Fail("Graphviz could not read the DOT text", "a syntax error");
+    OpenLinksAsWholePages(graph.get());
+
+    if (gvLayout(context, graph.get(), "dot") != 0) {
+      Fail("Graphviz could not lay out the drawing", "no reason given");
     }
-    char* data = nullptr;
-    unsigned int length = 0;
-    if (gvRenderData(context, graph.get(), format, &data, &length) != 0 || data == nullptr) {
-      if (data != nullptr) gvFreeRenderData(data);
-      Fail(std::string("Graphviz could not render the drawing as ") + format, "no reason given");
+
+    std::size_t done = 1;
+    for (const char* format : formats) {
+      if (progress != nullptr) {
+        ThrowIfCancelled(*progress);
+        const std::string_view name = format;
+        progress->report(done, steps,
+                         name == "jpg" ? "Rendering the JPEG image" : "Rendering the SVG drawing");
+      }
+      char* data = nullptr;
+      unsigned int length = 0;
+      if (gvRenderData(context, graph.get(), format, &data, &length) != 0 || data == nullptr) {
+        if (data != nullptr) gvFreeRenderData(data);
+        Fail(std::string("Graphviz could not render the drawing as ") + format, "no reason given");
+      }
+      results.emplace_back(data, length);
+      gvFreeRenderData(data);
+      // An image the renderer could not make comes back as success with nothing in it.
+      if (length == 0) {
+        Fail(std::string("Graphviz rendered an empty ") + format + " image",
+             "the drawing is probably too large for the renderer");
+      }
+      ++done;
     }
-    results.emplace_back(data, length);
-    gvFreeRenderData(data);
-    ++done;
-  }
+  };
+  RunOnLargeStack(work);
   if (progress != nullptr) progress->report(steps, steps, "Drawing rendered");
   return results;
 }
@@ -545,12 +594,26 @@ RenderedDrawing RenderSvgAndJpeg(std::string_view dot, Progress& progress) {
   return {std::move(both[0]), std::move(both[1])};
 }
 
+namespace {
+
+// Renders for `path`; a failure names the file.
+template <typename RenderFn>
+std::string RenderFor(const std::filesystem::path& path, RenderFn render) {
+  try {
+    return render();
+  } catch (const RenderError& e) {
+    throw RenderError(path.string() + ": " + e.what());
+  }
+}
+
+}  // namespace
+
 void RenderSvgFile(std::string_view dot, const std::filesystem::path& path) {
-  WriteFileAtomically(path, RenderSvg(dot));
+  WriteFileAtomically(path, RenderFor(path, [&] { return RenderSvg(dot); }));
 }
 
 void RenderJpegFile(std::string_view dot, const std::filesystem::path& path) {
-  WriteFileAtomically(path, RenderJpeg(dot));
+  WriteFileAtomically(path, RenderFor(path, [&] { return RenderJpeg(dot); }));
 }
 
 std::string AddSvgNavigation(std::string_view svg, int mode) {

@@ -36,7 +36,8 @@ struct RenderedDrawing {
 // JPEG as steps to `progress`. Throws Cancelled when asked to stop between steps.
 RenderedDrawing RenderSvgAndJpeg(std::string_view dot, Progress& progress);
 
-// Renders and writes `path` atomically (the file is replaced only by a complete image).
+// Renders and writes `path` atomically (the file is replaced only by a complete image). A
+// RenderError's message starts with the file's path.
 void RenderSvgFile(std::string_view dot, const std::filesystem::path& path);
 void RenderJpegFile(std::string_view dot, const std::filesystem::path& path);
 

@@ -24,6 +24,7 @@
 #include "output/matrix.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
+#include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
 
@@ -44,12 +45,13 @@ Network LoadNetworkOf(const CommonOptions& options) {
   ReadOptions read;
   read.format = ParseNetworkFormat(options.format);
   read.columns = options.columns;
+  read.allowEmpty = options.allowEmpty;
   if (read.columns.any() && read.format != NetworkFormat::Auto &&
       read.format != NetworkFormat::Table) {
     throw std::invalid_argument("column options (--source-col, ...) are for --format table");
   }
-  Network network = LoadNetwork(fs::path(options.network), read, &warnings);
-  if (!options.quiet) {
+  const auto show = [&] {
+    if (options.quiet) return;
     for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
     const std::vector<std::string> lines = warnings.lines();
     const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
@@ -57,7 +59,15 @@ Network LoadNetworkOf(const CommonOptions& options) {
     if (lines.size() > shown) {
       std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
     }
+  };
+  Network network;
+  try {
+    network = LoadNetwork(fs::path(options.network), read, &warnings);
+  } catch (const InputError&) {
+    show();  // what the reader left out explains a file that gave nothing
+    throw;
   }
+  show();
   return network;
 }
 
@@ -178,11 +188,24 @@ int RunSave(const CommonOptions& options, const std::string& to) {
   WriteSigFile(network, to);
   std::size_t rows = 0;
   for (const Interaction& i : network.interactions()) rows += i.pubmedIds.size();
+  const SigLosses losses = SigLossesOf(network);
+  if (!options.quiet && losses.moleculesWithoutInteractions > 0) {
+    std::cerr << "tessel: warning: " << losses.moleculesWithoutInteractions
+              << " molecule(s) without interactions are not in " << to
+              << " (a SIG row is an interaction)\n";
+  }
+  if (!options.quiet && losses.namesStartingWithDigit > 0) {
+    std::cerr << "tessel: note: " << losses.namesStartingWithDigit
+              << " molecule name(s) start with a digit and read back from " << to
+              << " with \"P\" in front\n";
+  }
   if (options.json) {
     Print(Json{{"file", to},
                {"rows", rows},
                {"molecules", network.moleculeCount()},
-               {"interactions", network.interactionCount()}});
+               {"interactions", network.interactionCount()},
+               {"dropped_molecules", losses.moleculesWithoutInteractions},
+               {"names_gaining_p", losses.namesStartingWithDigit}});
   } else {
     std::cout << "Saved " << rows << " rows (" << network.interactionCount() << " interactions) to "
               << to << "\n";
@@ -194,6 +217,8 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
   if (motifOptions.maxDrawings) command.maxDrawings = *motifOptions.maxDrawings;
+  if (motifOptions.maxMotifs) command.maxMotifs = *motifOptions.maxMotifs;
+  command.force = motifOptions.force;
   command.threads = motifOptions.threads;
   command.context = ContextOf(options);
   if (motifOptions.kinds.empty()) {
@@ -208,8 +233,14 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   }
   const Loaded loaded = Load(options);
   TerminalProgress progress(!options.quiet);
-  const MotifCommandResult result =
-      RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
+  MotifCommandResult result;
+  try {
+    result = RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
+  } catch (const MotifLimitError& e) {
+    progress.finish();
+    std::cerr << "tessel: error: " << options.network << ": " << e.what() << "\n";
+    return 2;
+  }
   progress.finish();
   if (options.json) {
     Json j;
@@ -239,6 +270,11 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
   const Loaded loaded = Load(options);
   const std::size_t molecules = loaded.network.moleculeCount();
+  // Beyond what Graphviz can draw at all: no use asking for --force.
+  if (const std::string problem = DrawingSizeProblem(loaded.network); !problem.empty()) {
+    std::cerr << "tessel: error: " << options.network << ": " << problem << "\n";
+    return 1;
+  }
   if (molecules > kLargeDrawingMolecules && !force) {
     std::cerr << "tessel: error: " << options.network << " has " << molecules
               << " molecules; drawings above " << kLargeDrawingMolecules

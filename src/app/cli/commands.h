@@ -20,6 +20,7 @@ struct CommonOptions {
   TableColumns columns;  // --source-col and the like, for table files
   bool json = false;
   bool quiet = false;
+  bool allowEmpty = false;  // load a file that yields no interaction
   std::string commandLine;  // as typed, shown on the pages the command writes
 };
 
@@ -31,6 +32,8 @@ struct MotifOptions {
   std::vector<std::string> kinds;  // empty: the six kinds of the motif page
   bool noDrawings = false;
   std::optional<std::size_t> maxDrawings;  // drawings per kind; unset: the core's default
+  std::optional<std::size_t> maxMotifs;    // estimated motifs per kind; unset: the default
+  bool force = false;                      // search even above the limit
   unsigned threads = 0;
 };
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);

@@ -6,6 +6,7 @@
 #include "app/cli/commands.h"
 #include "model/molecule_condition.h"
 #include "model/readers.h"
+#include "motifs/motif_pages.h"
 #include "output/drawing.h"
 #include "util/error.h"
 #include "util/progress.h"
@@ -39,6 +40,8 @@ void AddCommonOptions(CLI::App& command, CommonOptions& options) {
   command.add_option("--source-accession-col", c.sourceAccession, "source accession")->group(group);
   command.add_option("--target-accession-col", c.targetAccession, "target accession")->group(group);
   command.add_flag("--json", options.json, "print a machine-readable result on stdout");
+  command.add_flag("--allow-empty", options.allowEmpty,
+                   "load a file from which no interaction could be read (only molecules)");
   command.add_flag("-q,--quiet", options.quiet, "no progress or notes on stderr");
 }
 
@@ -121,6 +124,13 @@ int main(int argc, char** argv) {
                    "draw at most N motifs of each kind and list the others by name; 0 draws "
                    "none (default: 500)")
       ->check(CLI::NonNegativeNumber);
+  motifsCmd
+      ->add_option("--max-motifs", motifOptions.maxMotifs,
+                   "refuse a search that could find more than N motifs of one kind, estimated "
+                   "from the links before searching (default: " +
+                       std::to_string(tessel::kDefaultMaxMotifs) + ", under 2 GB)")
+      ->check(CLI::NonNegativeNumber);
+  motifsCmd->add_flag("--force", motifOptions.force, "search even above --max-motifs");
   motifsCmd->add_option("--threads", motifOptions.threads, "worker threads (default: all cores)");
 
   std::string drawBase = "network";
