@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages that TESSEL needs to build, test and benchmark.
+# Installs the Debian 12 packages that TESSEL needs to build, test, benchmark and fuzz.
 # Safe to run again: apt-get skips what is already installed.
 set -euo pipefail
 
@@ -12,6 +12,8 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-igraph python3-networkx python3-pandas
   libcpp-httplib-dev chromium
+  # fuzzing (scripts/fuzz-smoke.sh): clang with libFuzzer and the sanitizer runtimes
+  clang libclang-rt-14-dev
   # desktop application
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-webengine-dev qt6-webengine-dev-tools libgl-dev
   xvfb xauth

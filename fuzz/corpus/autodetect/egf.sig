@@ -1,0 +1,16 @@
+EGF P01133 NA Ligand Extracellular EGFR P00533 NA Receptor Membrane + binding 2790960
+EGF P01133 NA Ligand Extracellular EGFR P00533 NA Receptor Membrane + binding 7679104
+EGFR P00533 NA Receptor Membrane GRB2 P62993 NA Adaptor Cytosol + binding 8479541
+EGFR P00533 NA Receptor Membrane SOS1 Q07889 NA Protein Cytosol + binding 8382774
+GRB2 P62993 NA Adaptor Cytosol SOS1 Q07889 NA Protein Cytosol + binding 8493579
+SOS1 Q07889 NA Protein Cytosol HRAS P01112 NA Protein Membrane + guanine_nucleotide_exchange_factor 8493579
+SOS1 Q07889 NA Protein Cytosol HRAS P01112 NA Protein Membrane + guanine_nucleotide_exchange_factor 7905813
+HRAS P01112 NA Protein Membrane RAF1 P04049 NA Kinase Cytosol + binding 8332187
+RAF1 P04049 NA Kinase Cytosol MAP2K1 Q02750 NA Kinase Cytosol + phosphorylation 1327527
+MAP2K1 Q02750 NA Kinase Cytosol MAPK1 P28482 NA Kinase Cytosol + phosphorylation 1396592
+MAPK1 P28482 NA Kinase Cytosol SOS1 Q07889 NA Protein Cytosol _ phosphorylation 7542744
+MAPK1 P28482 NA Kinase Cytosol MYC P01106 NA TF Nucleus + phosphorylation 1495965
+EGFR P00533 NA Receptor Membrane PLCG1 P19174 NA Protein Cytosol + phosphorylation 2472218
+ERBB2 P04626 NA Receptor Membrane EGFR P00533 NA Receptor Membrane 0 binding 8702721
+PTPN11 Q06124 NA Phosphatase Cytosol EGFR P00533 NA Receptor Membrane _ dephosphorylation 9271086
+MAPK1 P28482 NA Kinase Cytosol MAP2K1 Q02750 NA Kinase Cytosol _ phosphorylation 9819415

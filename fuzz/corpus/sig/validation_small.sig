@@ -1,0 +1,12 @@
+A P10001 NA Protein Cytosol B P20001 NA Protein Nucleus + phosphorylation 1001
+B P20001 NA Protein Nucleus A P10001 NA Protein Cytosol _ binding 1002
+C P30001 NA Protein Cytosol C P30001 NA Protein Cytosol + NA 1003
+A P10002 NA Protein Cytosol D P40001 NA Protein Cytosol + NA 1004
+A P10001 NA Protein Cytosol B P20001 NA Protein Nucleus _ phosphorylation 1005
+A P10001 NA Protein Cytosol B P20001 NA Protein Nucleus _ phosphorylation 1006
+A P10001 NA Protein Cytosol B P20001 NA Protein Nucleus + binding 1007
+E P50001 X1 Receptor Membrane E P50001 X2 Receptor Membrane 0 NA 1008
+F P60001 NA Protein Cytosol G P70001 NA Kinase Cytosol + NA 1009
+G P70002 NA Kinase Cytosol H P80001 NA Protein Cytosol _ NA 1010
+a<b&"c Q<1> NA Protein Cytosol F P60001 NA Protein Cytosol + NA 1011
+F P60001 NA Protein Cytosol a<b&"c Q<1> NA Protein Cytosol 0 NA 1012
