@@ -788,6 +788,11 @@ void MainWindow::drawInteractionsMatrix() {
 // ----- worker commands -----
 
 void MainWindow::makeGraphvizDrawing() {
+  // Beyond what the renderer can handle, a drawing is not offered at all.
+  if (const std::string problem = DrawingSizeProblem(*network_); !problem.empty()) {
+    prompts_.message(this, UserPrompts::Icon::Warning, tr("Make Graphviz SVG/DOT/JPG"), Q(problem));
+    return;
+  }
   const std::size_t molecules = network_->moleculeCount();
   if (molecules > kLargeDrawingMolecules &&
       !prompts_.confirm(this, tr("Make Graphviz SVG/DOT/JPG"),
@@ -881,6 +886,15 @@ void MainWindow::findMotifs() {
   QStringList kinds;
   for (const MotifKind kind : options.kinds) kinds << Q(std::string(MotifKindName(kind)));
   options.context = pageContext(tr("Find and display motifs: %1").arg(kinds.join(", ")));
+  // A search that could run out of memory is asked about first (the bound is quick).
+  if (const std::string problem = MotifLimitProblem(*network_, options.kinds, options.maxMotifs);
+      !problem.empty()) {
+    if (!prompts_.confirm(this, tr("Find and display motifs"),
+                          Q(problem) + tr("\n\nSearch anyway?"))) {
+      return;
+    }
+    options.force = true;
+  }
   auto network = network_;
   auto colors = colors_;
   const QString output = outputFolder();
