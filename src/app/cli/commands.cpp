@@ -24,6 +24,7 @@
 #include "output/matrix.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
+#include "util/error.h"
 #include "util/files.h"
 #include "util/text.h"
 
@@ -226,14 +227,15 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
 }
 
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
-  const Loaded loaded = Load(options);
-  const std::size_t molecules = loaded.network.moleculeCount();
+  // The size is checked before the colours table is written.
+  Network network = LoadNetworkOf(options);
+  const std::size_t molecules = network.moleculeCount();
   if (molecules > kLargeDrawingMolecules && !force) {
-    std::cerr << "tessel: error: " << options.network << " has " << molecules
-              << " molecules; drawings above " << kLargeDrawingMolecules
-              << " molecules can take long; add --force to draw it\n";
-    return 2;
+    throw UsageError(options.network + " has " + std::to_string(molecules) +
+                     " molecules; drawings above " + std::to_string(kLargeDrawingMolecules) +
+                     " molecules can take long; add --force to draw it");
   }
+  const Loaded loaded{std::move(network), LoadColorsOf(options)};
   if (UsesFastLayout(loaded.network) && !options.quiet) {
     std::cerr << "tessel: note: " << molecules << " molecules and "
               << loaded.network.interactionCount() << " interactions: laid out with "
@@ -352,10 +354,9 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
   // anything is written.
   const std::vector<std::string> unmatched = UnmatchedConditions(network, query);
   if (!unmatched.empty()) {
-    for (const std::string& message : unmatched) {
-      std::cerr << "tessel: error: " << options.network << ": " << message << "\n";
-    }
-    return 1;
+    std::string message;
+    for (const std::string& m : unmatched) message += (message.empty() ? "" : "; ") + m;
+    throw UsageError(options.network + ": " + message);
   }
   const ColorShapeTable colors = LoadColorsOf(options);
   TerminalProgress progress(!options.quiet);
@@ -643,14 +644,13 @@ int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOption
 
 int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions,
                 const ServiceOptions& serviceOptions) {
-  const std::vector<std::string> genes =
-      ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
   std::string reference = geneOptions.reference;
   if (reference.empty()) reference = ServiceSettings::FromEnvironment().referenceUrl;
   if (reference.empty()) {
-    throw std::invalid_argument(
-        "no reference network: give --reference FILE|URL or set TESSEL_REFERENCE_URL");
+    throw UsageError("no reference network: give --reference FILE|URL or set TESSEL_REFERENCE_URL");
   }
+  const std::vector<std::string> genes =
+      ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
   TerminalProgress progress(!options.quiet);
   progress.report(0, 1, "Downloading the reference network... please wait");
   Warnings warnings;
