@@ -195,7 +195,7 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   for (const char* ext : {".dot", ".jpg", ".svg"}) {
     EXPECT_GT(fs::file_size(fs::path(out) / (std::string("whole") + ext)), 100u) << ext;
   }
-  EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 1);
+  EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 2);
   // Above 100 molecules the drawing wants --force.
   const std::string large = Example("omnipath_signed.sig");
   r = RunTessel(dir, {"draw", "-q", "--base", "large", "-o", out, large});

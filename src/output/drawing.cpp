@@ -8,14 +8,11 @@
 #include "util/files.h"
 
 namespace tessel {
-namespace {
 
 bool IsPlainFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." &&
          name.find_first_of(std::string_view("/\\\0", 3)) == std::string_view::npos;
 }
-
-}  // namespace
 
 bool UsesFastLayout(const Network& network) {
   return network.moleculeCount() > kFastLayoutMolecules ||

@@ -227,7 +227,10 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
 }
 
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
-  // The size is checked before the colours table is written.
+  // The name and the size are checked before the colours table is written.
+  if (!IsPlainFileName(base)) {
+    throw UsageError("--base: not a plain file name for the drawing: \"" + base + "\"");
+  }
   Network network = LoadNetworkOf(options);
   const std::size_t molecules = network.moleculeCount();
   if (molecules > kLargeDrawingMolecules && !force) {
