@@ -8,7 +8,6 @@
 #include <numeric>
 #include <optional>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "analysis/metrics.h"

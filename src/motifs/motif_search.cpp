@@ -24,12 +24,8 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <numeric>
 #include <span>
 #include <string>
