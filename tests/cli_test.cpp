@@ -233,7 +233,7 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
   for (const char* ext : {".dot", ".jpg", ".svg"}) {
     EXPECT_GT(fs::file_size(fs::path(out) / (std::string("whole") + ext)), 100u) << ext;
   }
-  EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 1);
+  EXPECT_EQ(RunTessel(dir, {"draw", "-q", "--base", "../escape", "-o", out, lbc}).exitCode, 2);
   // Above 100 molecules the drawing wants --force.
   const std::string large = Example("omnipath_signed.sig");
   r = RunTessel(dir, {"draw", "-q", "--base", "large", "-o", out, large});
@@ -339,7 +339,7 @@ TEST(CliDerivedCommands, ShufflePathwaysReduceAndPropagate) {
   // Pathways: bad conditions are usage errors.
   EXPECT_EQ(RunTessel(dir, {"pathways", "--source", "Colour=red", lbc}).exitCode, 2);
   EXPECT_EQ(RunTessel(dir, {"pathways", "--easy", "EGF", lbc}).exitCode, 2);
-  EXPECT_EQ(RunTessel(dir, {"pathways", "-q", "--easy", "NOPE", "TP53", lbc}).exitCode, 1);
+  EXPECT_EQ(RunTessel(dir, {"pathways", "-q", "--easy", "NOPE", "TP53", lbc}).exitCode, 2);
   r = RunTessel(dir, {"pathways", "--json", "-q", "--source", "Type=Receptor", "--target",
                       "Type=TF", "--max-size", "5", "-o", "pg", lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;
@@ -395,10 +395,11 @@ TEST(CliPathways, EgfQueriesFindTheEgfToMycMapAndListRoutes) {
   EXPECT_EQ(j["routes"][1]["steps"], 9);
   EXPECT_EQ(j["maps"].size(), 1u);
 
-  // A condition that matches nothing names the closest value, and nothing is written.
+  // A condition that matches nothing is a usage error naming the closest value, and nothing
+  // is written.
   r = RunTessel(dir,
                 {"pathways", "--target", "Type=tf", "--source", "Name=EFG", "-o", "typo", egf});
-  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_EQ(r.exitCode, 2);
   EXPECT_NE(r.err.find("no molecule has Name \"EFG\"; did you mean \"EGF\"?"), std::string::npos);
   EXPECT_NE(r.err.find("no molecule has Type \"tf\"; did you mean \"TF\"?"), std::string::npos);
   EXPECT_FALSE(fs::exists(dir / "typo"));

@@ -5,18 +5,15 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
-#include <mutex>
 #include <numeric>
 #include <optional>
 #include <stdexcept>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 #include "analysis/metrics.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/parallel.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -61,59 +58,6 @@ std::string CountText(std::string_view verb, int done, int count) {
   return std::string(verb) + " " + std::to_string(done) + " random networks out of " +
          std::to_string(count);
 }
-
-// What the workers share: the caller's progress (used under the lock only), the stop flag
-// raised by the first failure, and the counts of networks made and analysed.
-class Pool {
- public:
-  explicit Pool(Progress& outer) : outer_(outer), inner_(*this) {}
-
-  // Progress for the workers' inner steps: shows nothing, stops when the caller cancels
-  // or another worker failed.
-  Progress& inner() { return inner_; }
-  bool stopping() const {
-    if (stop_.load()) return true;
-    std::lock_guard lock(mutex_);
-    return outer_.cancelled();
-  }
-  void fail(std::exception_ptr error) {
-    std::lock_guard lock(mutex_);
-    if (!error_) error_ = std::move(error);
-    stop_ = true;
-  }
-  void rethrow() const {
-    if (error_) std::rethrow_exception(error_);
-  }
-  bool stopped() const { return stop_.load(); }
-  void reportCreated(int count) { report(created_, count, "Created"); }
-  void reportAnalyzed(int count) { report(analyzed_, count, "Analyzed"); }
-
- private:
-  class Inner final : public Progress {
-   public:
-    explicit Inner(const Pool& pool) : pool_(pool) {}
-    void report(std::size_t, std::size_t, std::string_view) override {}
-    bool cancelled() const override { return pool_.stopping(); }
-
-   private:
-    const Pool& pool_;
-  };
-
-  void report(int& done, int count, std::string_view verb) {
-    std::lock_guard lock(mutex_);
-    ++done;
-    outer_.report(static_cast<std::size_t>(done), static_cast<std::size_t>(count),
-                  CountText(verb, done, count));
-  }
-
-  Progress& outer_;
-  Inner inner_;
-  mutable std::mutex mutex_;
-  std::atomic<bool> stop_{false};
-  std::exception_ptr error_;
-  int created_ = 0;
-  int analyzed_ = 0;
-};
 
 // Where a column's value is taken from, for the comparison of the "CPL" column.
 std::size_t ColumnOf(const std::vector<std::string>& titles, std::string_view title) {
@@ -373,8 +317,8 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
     result.files.push_back(result.folder / ShuffledFileName(settings.kind, i));
   }
 
-  unsigned threads = settings.threads != 0 ? settings.threads : std::thread::hardware_concurrency();
-  threads = std::clamp<unsigned>(threads, 1, static_cast<unsigned>(std::max(count, 1)));
+  const unsigned threads = std::clamp<unsigned>(ResolveThreads(settings.threads), 1,
+                                                static_cast<unsigned>(std::max(count, 1)));
 
   if (analyze) {
     result.titles = FigureTitles(settings.columns);
@@ -384,16 +328,33 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
     result.random.resize(static_cast<std::size_t>(count));
   }
 
-  Pool pool(progress);
-  std::atomic<int> next{0};
-  const auto makeOne = [&](int index) {
-    const fs::path& file = result.files[static_cast<std::size_t>(index - 1)];
+  // The workers count the networks made and analysed; the calling thread reports every
+  // count once.
+  std::atomic<int> created{0};
+  std::atomic<int> analyzed{0};
+  int createdShown = 0;
+  int analyzedShown = 0;
+  const auto reportCounts = [&] {
+    for (const int now = created.load(); createdShown < now;) {
+      ++createdShown;
+      progress.report(static_cast<std::size_t>(createdShown), static_cast<std::size_t>(count),
+                      CountText("Created", createdShown, count));
+    }
+    for (const int now = analyzed.load(); analyzedShown < now;) {
+      ++analyzedShown;
+      progress.report(static_cast<std::size_t>(analyzedShown), static_cast<std::size_t>(count),
+                      CountText("Analyzed", analyzedShown, count));
+    }
+  };
+  const auto makeOne = [&](std::size_t item, ParallelWorker& worker) {
+    const int index = static_cast<int>(item) + 1;
+    const fs::path& file = result.files[item];
     const std::string fileName = file.string();
     std::mt19937_64 random = NetworkRandom(settings.seed, index);
     std::string text;
     std::optional<Network> readBack;
     for (int tries = 1;; ++tries) {
-      ThrowIfCancelled(pool.inner());
+      ThrowIfCancelled(worker);
       text = SigRowsText(Generate(network, settings, random));
       if (!oneIsland) break;
       readBack.emplace(ReadSigText(text, fileName));
@@ -405,37 +366,18 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
                                  std::to_string(settings.islandTries) + " tries");
       }
     }
-    ThrowIfCancelled(pool.inner());
+    ThrowIfCancelled(worker);
     WriteFileAtomically(file, text);
-    pool.reportCreated(count);
+    ++created;
+    worker.publish();
     if (!analyze) return;
     if (!readBack) readBack.emplace(ReadSigText(text, fileName));
-    result.random[static_cast<std::size_t>(index - 1)] =
-        ComputeFigures(*readBack, settings.columns, pool.inner(), 1).values;
-    pool.reportAnalyzed(count);
+    result.random[item] = ComputeFigures(*readBack, settings.columns, worker, 1).values;
+    ++analyzed;
+    worker.publish();
   };
-  const auto work = [&] {
-    while (!pool.stopped()) {
-      const int index = next.fetch_add(1) + 1;
-      if (index > count) break;
-      try {
-        makeOne(index);
-      } catch (...) {
-        pool.fail(std::current_exception());
-      }
-    }
-  };
-  {
-    std::vector<std::jthread> workers;
-    workers.reserve(threads - 1);
-    try {
-      for (unsigned t = 1; t < threads; ++t) workers.emplace_back(work);
-    } catch (...) {
-      pool.fail(std::current_exception());
-    }
-    work();
-  }  // the workers are joined here
-  pool.rethrow();
+  ParallelFor(static_cast<std::size_t>(count), threads, progress, makeOne,
+              {.itemDone = {}, .tick = reportCounts});
 
   if (analyze) {
     result.comparison = ShuffleComparison(result.titles, result.networkValues, result.random);

@@ -1,16 +1,13 @@
 #include "derived/subnetworks.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
-#include <exception>
 #include <functional>
-#include <mutex>
 #include <stdexcept>
-#include <thread>
 
 #include "util/error.h"
 #include "util/files.h"
+#include "util/parallel.h"
 #include "util/safe_name.h"
 #include "util/text.h"
 
@@ -39,10 +36,9 @@ Network ReadBack(const std::filesystem::path& path) {
 
 // Analyses the files on up to `threads` threads (0: one per hardware thread). Results are
 // stored by index, so they do not depend on the thread count or on which file finishes
-// first. `status(index, finished)` gives the text reported after a file is done; reports
-// are made one at a time. `each(index, network, figures)`, when given, is called on the
-// worker for every file analysed. The first exception of any worker is rethrown once all
-// workers have stopped.
+// first. `status(index, finished)` gives the text reported after a file is done; the
+// calling thread makes the reports. `each(index, network, figures)`, when given, is called
+// on the worker for every file analysed.
 using StatusText = std::function<std::string(std::size_t index, std::size_t finished)>;
 using EachFile =
     std::function<void(std::size_t index, const Network& network, const FigureRow& figures)>;
@@ -52,47 +48,23 @@ std::vector<FigureRow> AnalyseFiles(const std::vector<std::filesystem::path>& fi
   const std::size_t n = files.size();
   std::vector<FigureRow> rows(n);
   if (n == 0) return rows;
-  const unsigned available =
-      threads == 0 ? std::max(1u, std::thread::hardware_concurrency()) : threads;
+  const unsigned available = ResolveThreads(threads);
   const auto workers = static_cast<unsigned>(std::min<std::size_t>(available, n));
   // Threads left over when there are fewer files than threads help the motif searches.
   const unsigned inner = std::max(1u, available / workers);
-
-  std::atomic<std::size_t> next{0};
-  std::atomic<bool> stop{false};
-  std::mutex mutex;
-  std::size_t finished = 0;
-  std::exception_ptr error;
-  const auto work = [&] {
-    SilentProgress silent(progress);
-    try {
-      while (!stop.load(std::memory_order_relaxed)) {
-        const std::size_t index = next.fetch_add(1);
-        if (index >= n) break;
-        ThrowIfCancelled(progress);
-        const Network network = ReadBack(files[index]);
-        rows[index] = ComputeFigures(network, kColumns, silent, inner);
-        if (each) each(index, network, rows[index]);
-        // Only the values are kept: the hit counts of many large sub-networks add up.
-        rows[index].motifHits = {};
-        std::lock_guard lock(mutex);
-        ++finished;
-        progress.report(finished, n, status(index, finished));
-      }
-    } catch (...) {
-      std::lock_guard lock(mutex);
-      if (!error) error = std::current_exception();
-      stop = true;
-    }
-  };
-  if (workers == 1) {
-    work();
-  } else {
-    std::vector<std::jthread> pool;
-    pool.reserve(workers);
-    for (unsigned t = 0; t < workers; ++t) pool.emplace_back(work);
-  }  // the jthreads join here
-  if (error) std::rethrow_exception(error);
+  ParallelFor(n, workers, progress,
+              [&](std::size_t index, ParallelWorker& worker) {
+                const Network network = ReadBack(files[index]);
+                rows[index] = ComputeFigures(network, kColumns, worker, inner);
+                if (each) each(index, network, rows[index]);
+                // Only the values are kept: the hit counts of many large sub-networks add up.
+                rows[index].motifHits = {};
+              },
+              {.itemDone =
+                   [&](std::size_t index, std::size_t finished) {
+                     progress.report(finished, n, status(index, finished));
+                   },
+               .tick = {}});
   return rows;
 }
 

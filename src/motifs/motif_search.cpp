@@ -24,18 +24,16 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <numeric>
 #include <span>
 #include <string>
 #include <thread>
 #include <unordered_map>
 #include <utility>
+
+#include "util/parallel.h"
 
 namespace tessel {
 
@@ -550,82 +548,6 @@ class Searcher {
   std::vector<std::array<std::uint32_t, 4>> quads_;
 };
 
-// Runs `searchBatch(worker, batch)` over all batches on `threads` threads. The calling
-// thread reports progress and watches for cancellation; only it touches `progress`.
-template <typename SearchBatch>
-void RunBatches(std::size_t batches, unsigned threads, Progress& progress,
-                const SearchBatch& searchBatch, const std::atomic<std::size_t>& done,
-                std::size_t total, std::string_view task) {
-  if (threads <= 1) {
-    for (std::size_t b = 0; b < batches; ++b) {
-      ThrowIfCancelled(progress);
-      searchBatch(0u, b);
-      progress.report(done.load(), total, task);
-    }
-    return;
-  }
-  std::atomic<std::size_t> next{0};
-  std::atomic<bool> stop{false};
-  std::mutex mutex;
-  std::condition_variable wake;
-  unsigned finished = 0;
-  std::exception_ptr error;
-  const auto work = [&](unsigned worker) {
-    try {
-      while (!stop.load(std::memory_order_relaxed)) {
-        const std::size_t b = next.fetch_add(1);
-        if (b >= batches) break;
-        searchBatch(worker, b);
-        wake.notify_one();
-      }
-    } catch (...) {
-      std::lock_guard lock(mutex);
-      if (!error) error = std::current_exception();
-      stop = true;
-    }
-    {
-      std::lock_guard lock(mutex);
-      ++finished;
-    }
-    wake.notify_one();
-  };
-  std::vector<std::jthread> pool;
-  // Stops and joins the workers however this function is left.
-  struct Joiner {
-    std::atomic<bool>& stop;
-    std::vector<std::jthread>& pool;
-    ~Joiner() {
-      stop = true;
-      for (auto& t : pool) {
-        if (t.joinable()) t.join();
-      }
-    }
-  } joiner{stop, pool};
-  for (unsigned t = 0; t < threads; ++t) pool.emplace_back(work, t);
-
-  bool cancelled = false;
-  std::size_t reported = 0;
-  std::unique_lock lock(mutex);
-  while (finished < threads) {
-    wake.wait_for(lock, std::chrono::milliseconds(100));
-    lock.unlock();
-    const std::size_t now = done.load();
-    if (now != reported) {
-      progress.report(now, total, task);
-      reported = now;
-    }
-    if (!cancelled && progress.cancelled()) {
-      cancelled = true;
-      stop = true;
-    }
-    lock.lock();
-  }
-  lock.unlock();
-  for (auto& t : pool) t.join();
-  if (error) std::rethrow_exception(error);
-  if (cancelled) throw Cancelled();
-}
-
 }  // namespace
 
 std::string_view MotifKindName(MotifKind kind) {
@@ -761,8 +683,7 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
 
   const std::size_t batchSize = std::clamp<std::size_t>(n / 256, 16, 1024);
   const std::size_t batches = (n + batchSize - 1) / batchSize;
-  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
-  threads = static_cast<unsigned>(std::min<std::size_t>(threads, batches));
+  threads = static_cast<unsigned>(std::min<std::size_t>(ResolveThreads(threads), batches));
 
   const Graph g = BuildGraph(network, traits.neutral, threads);
   // Anchors from the highest rank down. Batch b takes every batches-th anchor from b on,
@@ -774,13 +695,21 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
   std::vector<Searcher> searchers;
   searchers.reserve(threads);
   for (unsigned t = 0; t < threads; ++t) searchers.emplace_back(g, traits);
-  std::atomic<std::size_t> done{0};
-  const auto searchBatch = [&](unsigned worker, std::size_t batch) {
-    std::size_t count = 0;
-    for (std::size_t i = batch; i < n; i += batches, ++count) searchers[worker].search(anchors[i]);
-    done.fetch_add(count);
-  };
-  RunBatches(batches, threads, progress, searchBatch, done, n, traits.task);
+  // Batch b holds the anchors b, b + batches, ...; the calling thread reports the anchors
+  // of the batches finished so far.
+  const auto anchorsIn = [&](std::size_t b) { return (n - b + batches - 1) / batches; };
+  std::size_t done = 0;
+  ParallelFor(batches, threads, progress,
+              [&](std::size_t batch, ParallelWorker& worker) {
+                for (std::size_t i = batch; i < n; i += batches)
+                  searchers[worker.index()].search(anchors[i]);
+              },
+              {.itemDone =
+                   [&](std::size_t batch, std::size_t) {
+                     done += anchorsIn(batch);
+                     progress.report(done, n, traits.task);
+                   },
+               .tick = {}});
 
   // Every set was found from one anchor only, so the lists of the threads are disjoint;
   // ordered by molecules they give the same list for any thread count.

@@ -140,7 +140,7 @@ std::string Fetch(const std::string& url, const HttpSettings& settings) {
 }  // namespace
 
 HttpError::HttpError(const std::string& url, const std::string& reason, long status)
-    : std::runtime_error(url + ": " + reason), status_(status) {}
+    : Error(ErrorCategory::Network, url + ": " + reason), status_(status) {}
 
 std::string HttpGet(const std::string& url, const HttpSettings& settings) {
   return Fetch(url, settings);

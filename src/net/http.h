@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "util/error.h"
+
 namespace tessel {
 
 struct HttpSettings {
@@ -19,7 +21,7 @@ struct HttpSettings {
 
 // A download that failed: no connection, a timeout, a status other than 2xx, a body over
 // the size limit. The message names the URL and the reason ("HTTP 404", "timed out", ...).
-class HttpError : public std::runtime_error {
+class HttpError : public Error {
  public:
   HttpError(const std::string& url, const std::string& reason, long status = 0);
   long status() const { return status_; }  // the HTTP status, 0 when none was received

@@ -9,14 +9,11 @@
 #include "util/text.h"
 
 namespace tessel {
-namespace {
 
 bool IsPlainFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." &&
          name.find_first_of(std::string_view("/\\\0", 3)) == std::string_view::npos;
 }
-
-}  // namespace
 
 std::string DrawingSizeProblem(const Network& network) {
   const std::size_t elements = network.moleculeCount() + network.interactionCount();

@@ -47,6 +47,9 @@ struct DrawResult {
   std::filesystem::path svg;   // <folder>/<baseName>.svg
 };
 
+// Whether `name` can name a file in a folder: not empty, not "." or "..", no separator.
+bool IsPlainFileName(std::string_view name);
+
 // Draws every molecule and interaction of `network` (size "37.5,50", no edge
 // concentration, nodes linking to their molecule pages) and writes baseName.dot,
 // baseName.jpg and baseName.svg (navigation mode 2) into `folder`, creating it if needed.

@@ -7,15 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "util/error.h"
 #include "util/progress.h"
 
 namespace tessel {
-
-// A drawing that Graphviz could not lay out or render; the message carries its words.
-class RenderError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // The layout engine is dot unless the DOT text names another in the graph's "layout"
 // attribute (large drawings use sfdp).

@@ -2,13 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cctype>
-#include <exception>
 #include <iterator>
-#include <mutex>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,6 +14,7 @@
 #include "output/render.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/parallel.h"
 #include "util/safe_name.h"
 #include "util/text.h"
 
@@ -424,54 +421,6 @@ std::string MoleculePage(const Site& site, MoleculeId id,
   return page;
 }
 
-// ---------------------------------------------------------------------------------------
-// Running per-molecule work on several threads.
-
-// Calls work(k) for k in [0, count) on up to `threads` threads (the caller's included),
-// reporting each finished molecule. The first exception stops the remaining work and is
-// rethrown; so is cancellation, checked before every item.
-template <class Work>
-void ForEachMolecule(std::size_t count, unsigned threads, Progress& progress, Work work) {
-  std::atomic<std::size_t> next{0};
-  std::atomic<bool> stop{false};
-  std::mutex mutex;  // guards progress, done and failure
-  std::size_t done = 0;
-  std::exception_ptr failure;
-
-  const auto run = [&] {
-    try {
-      for (;;) {
-        if (stop.load()) return;
-        const std::size_t k = next.fetch_add(1);
-        if (k >= count) return;
-        {
-          std::lock_guard lock(mutex);
-          ThrowIfCancelled(progress);
-        }
-        work(k);
-        std::lock_guard lock(mutex);
-        ++done;
-        progress.report(done, count,
-                        "Created web pages for " + std::to_string(done) + " molecules out of " +
-                            std::to_string(count) + " molecules.");
-      }
-    } catch (...) {
-      std::lock_guard lock(mutex);
-      if (!failure) failure = std::current_exception();
-      stop.store(true);
-    }
-  };
-
-  const std::size_t helpers =
-      std::min<std::size_t>(threads, count) > 1 ? std::min<std::size_t>(threads, count) - 1 : 0;
-  std::vector<std::jthread> pool;
-  pool.reserve(helpers);
-  for (std::size_t t = 0; t < helpers; ++t) pool.emplace_back(run);
-  run();
-  pool.clear();  // joins
-  if (failure) std::rethrow_exception(failure);
-}
-
 }  // namespace
 
 WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& colors,
@@ -532,15 +481,23 @@ WebsiteResult RunWebsiteCommand(const Network& network, const ColorShapeTable& c
   WriteLocationPages(site);
 
   const auto order = network.displayOrder();
-  const unsigned threads =
-      settings.threads != 0 ? settings.threads : std::max(1u, std::thread::hardware_concurrency());
-  ForEachMolecule(order.size(), threads, progress, [&](std::size_t k) {
-    const MoleculeId id = order[k];
-    const std::vector<std::uint32_t> interactions = InteractionsOf(network, id);
-    WriteMoleculeDrawing(site, id, interactions);
-    WriteFileAtomically(site.folder / site.pageOf(id),
-                        site.framed(MoleculePage(site, id, interactions), network.nameOf(id)));
-  });
+  const std::size_t count = order.size();
+  ParallelFor(
+      count, settings.threads, progress,
+      [&](std::size_t k, ParallelWorker&) {
+        const MoleculeId id = order[k];
+        const std::vector<std::uint32_t> interactions = InteractionsOf(network, id);
+        WriteMoleculeDrawing(site, id, interactions);
+        WriteFileAtomically(site.folder / site.pageOf(id),
+                            site.framed(MoleculePage(site, id, interactions), network.nameOf(id)));
+      },
+      {.itemDone =
+           [&](std::size_t, std::size_t done) {
+             progress.report(done, count,
+                             "Created web pages for " + std::to_string(done) +
+                                 " molecules out of " + std::to_string(count) + " molecules.");
+           },
+       .tick = {}});
   result.moleculePages = order.size();
 
   std::string links = "<HTML><BODY>\n";

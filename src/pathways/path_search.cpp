@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <functional>
 #include <iterator>
 #include <mutex>
+#include <optional>
 #include <string>
-#include <thread>
 #include <utility>
+
+#include "util/parallel.h"
 
 namespace tessel {
 namespace {
@@ -184,38 +185,6 @@ class PathSearcher {
   std::function<void()> interrupt_;
 };
 
-// Shared by the worker threads: progress reports and cancellation, under one lock.
-class SearchMonitor {
- public:
-  explicit SearchMonitor(Progress& progress) : progress_(progress) {}
-
-  void report(std::size_t done, std::size_t total, const std::string& text) {
-    std::lock_guard lock(mutex_);
-    progress_.report(done, total, text);
-  }
-
-  // Throws Cancelled when the user stopped the search or another thread failed.
-  void check() {
-    if (stop_.load(std::memory_order_relaxed)) throw Cancelled();
-    bool cancelled = false;
-    {
-      std::lock_guard lock(mutex_);
-      cancelled = progress_.cancelled();
-    }
-    if (cancelled) {
-      stop_ = true;
-      throw Cancelled();
-    }
-  }
-
-  void stop() { stop_ = true; }
-
- private:
-  Progress& progress_;
-  std::mutex mutex_;
-  std::atomic<bool> stop_{false};
-};
-
 }  // namespace
 
 PathwayQuery PathwayQuery::Default() {
@@ -338,81 +307,64 @@ std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQue
   const std::size_t limit = static_cast<std::size_t>(std::max(query.maxSize, 0));
 
   const StepGraph graph(network, query.directOnly);
-  SearchMonitor monitor(progress);
-  std::atomic<std::size_t> nextTarget{0};
-  std::atomic<std::size_t> targetsDone{0};
   const std::size_t total = targets.size();
+  threads = static_cast<unsigned>(std::min<std::size_t>(ResolveThreads(threads), total));
 
-  // Each worker takes whole targets: one backward search serves all sources of a target.
-  const auto work = [&](std::vector<PathwayMap>& kept) {
-    PathSearcher searcher(network, graph, [&monitor] { monitor.check(); });
-    for (std::size_t t = nextTarget.fetch_add(1); t < total; t = nextTarget.fetch_add(1)) {
-      monitor.check();
-      const MoleculeId target = targets[t];
-      const std::vector<int> toTarget = StepsToTarget(network, target, query.directOnly);
-      for (const MoleculeId source : sources) {
-        const int fewest = toTarget[source - 1];
-        if (source == target || fewest < 0 || fewest > query.maxSteps - 1) continue;
-        PathMap previous;
-        int previousSteps = 0;
-        for (int steps = 2; steps <= query.maxSteps; ++steps) {
-          monitor.report(targetsDone.load(), total,
-                         "Searching for pathways from " + network.nameOf(source) + " to " +
-                             network.nameOf(target) + " in " + std::to_string(steps) +
-                             " steps... ");
-          PathMap map = searcher.search(source, target, steps, toTarget, limit);
-          if (map.exceeded) break;  // keep the map of the step count before, if any
-          previous = std::move(map);
-          previousSteps = steps;
-        }
-        // A map that still fits at the maximum step count is kept as it is; an empty one
-        // (the limit was outgrown at the first tries) is not kept.
-        if (!previous.interactions.empty()) {
-          kept.push_back({source, target, previousSteps, std::move(previous)});
-        }
-      }
-      targetsDone.fetch_add(1);
+  // The workers queue their status texts with the count of targets done; the calling
+  // thread reports them in order.
+  std::mutex statusMutex;
+  std::vector<std::pair<std::size_t, std::string>> statuses;
+  std::atomic<std::size_t> targetsDone{0};
+  std::vector<std::pair<std::size_t, std::string>> shown;
+  const auto reportStatuses = [&] {
+    {
+      std::lock_guard lock(statusMutex);
+      shown.swap(statuses);
     }
+    for (const auto& [done, text] : shown) progress.report(done, total, text);
+    shown.clear();
   };
 
-  if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
-  threads = static_cast<unsigned>(std::min<std::size_t>(threads, total));
-  std::vector<std::vector<PathwayMap>> perThread(threads);
-  if (threads <= 1) {
-    work(perThread[0]);
-  } else {
-    std::vector<std::exception_ptr> errors(threads);
-    {
-      std::vector<std::jthread> pool;
-      pool.reserve(threads);
-      for (unsigned k = 0; k < threads; ++k) {
-        pool.emplace_back([&, k] {
-          try {
-            work(perThread[k]);
-          } catch (...) {
-            errors[k] = std::current_exception();
-            monitor.stop();
-          }
-        });
+  // Each item is a whole target: one backward search serves all sources of a target. Each
+  // worker keeps one searcher, whose walks stop when the loop is stopping.
+  std::vector<std::optional<PathSearcher>> searchers(std::max(threads, 1u));
+  std::vector<std::vector<PathwayMap>> perTarget(total);
+  const auto searchTarget = [&](std::size_t t, ParallelWorker& worker) {
+    std::optional<PathSearcher>& searcher = searchers[worker.index()];
+    if (!searcher) searcher.emplace(network, graph, [&worker] { ThrowIfCancelled(worker); });
+    const MoleculeId target = targets[t];
+    const std::vector<int> toTarget = StepsToTarget(network, target, query.directOnly);
+    for (const MoleculeId source : sources) {
+      const int fewest = toTarget[source - 1];
+      if (source == target || fewest < 0 || fewest > query.maxSteps - 1) continue;
+      PathMap previous;
+      int previousSteps = 0;
+      for (int steps = 2; steps <= query.maxSteps; ++steps) {
+        {
+          std::lock_guard lock(statusMutex);
+          statuses.emplace_back(targetsDone.load(), "Searching for pathways from " +
+                                                        network.nameOf(source) + " to " +
+                                                        network.nameOf(target) + " in " +
+                                                        std::to_string(steps) + " steps... ");
+        }
+        worker.publish();
+        PathMap map = searcher->search(source, target, steps, toTarget, limit);
+        if (map.exceeded) break;  // keep the map of the step count before, if any
+        previous = std::move(map);
+        previousSteps = steps;
       }
-    }  // the pool joins here
-    // A real failure wins over the Cancelled that the other threads threw after it.
-    std::exception_ptr cancelled;
-    for (const std::exception_ptr& e : errors) {
-      if (!e) continue;
-      try {
-        std::rethrow_exception(e);
-      } catch (const Cancelled&) {
-        cancelled = e;
-      } catch (...) {
-        throw;
+      // A map that still fits at the maximum step count is kept as it is; an empty one
+      // (the limit was outgrown at the first tries) is not kept.
+      if (!previous.interactions.empty()) {
+        perTarget[t].push_back({source, target, previousSteps, std::move(previous)});
       }
     }
-    if (cancelled) std::rethrow_exception(cancelled);
-  }
+    ++targetsDone;
+  };
+  ParallelFor(total, threads, progress, searchTarget, {.itemDone = {}, .tick = reportStatuses});
 
   std::vector<PathwayMap> maps;
-  for (auto& part : perThread) {
+  for (auto& part : perTarget) {
     std::move(part.begin(), part.end(), std::back_inserter(maps));
   }
   std::sort(maps.begin(), maps.end(), [](const PathwayMap& a, const PathwayMap& b) {

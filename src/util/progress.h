@@ -1,4 +1,14 @@
 // Progress reporting and cancellation for long computations.
+//
+// Rules for work spread over threads (ParallelFor in util/parallel.h keeps them):
+// - Only the thread that called the command touches its Progress: report() and
+//   cancelled() are never called from a worker. Workers publish what they count in
+//   atomics or under their own lock; the calling thread reports it.
+// - Cancellation is checked between items; a worker's long inner steps ask the loop
+//   (which stops when the user cancels or another item fails), not the user's Progress.
+// - The first real error wins over the Cancelled that other workers throw after it.
+// - Results are stored by item index, so what is written does not depend on the thread
+//   count or on which item finishes first.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +16,8 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "util/error.h"
 
 namespace tessel {
 
@@ -47,12 +59,6 @@ class NamedProgress final : public Progress {
  private:
   Progress& inner_;
   std::string text_;
-};
-
-// Thrown by long computations when their Progress reports cancellation.
-class Cancelled : public std::runtime_error {
- public:
-  Cancelled() : std::runtime_error("cancelled") {}
 };
 
 inline void ThrowIfCancelled(const Progress& progress) {

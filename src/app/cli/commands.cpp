@@ -268,19 +268,22 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
 }
 
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
-  const Loaded loaded = Load(options);
-  const std::size_t molecules = loaded.network.moleculeCount();
+  // The name and the size are checked before the colours table is written.
+  if (!IsPlainFileName(base)) {
+    throw UsageError("--base: not a plain file name for the drawing: \"" + base + "\"");
+  }
+  Network network = LoadNetworkOf(options);
+  const std::size_t molecules = network.moleculeCount();
   // Beyond what Graphviz can draw at all: no use asking for --force.
-  if (const std::string problem = DrawingSizeProblem(loaded.network); !problem.empty()) {
-    std::cerr << "tessel: error: " << options.network << ": " << problem << "\n";
-    return 1;
+  if (const std::string problem = DrawingSizeProblem(network); !problem.empty()) {
+    throw RenderError(options.network + ": " + problem);
   }
   if (molecules > kLargeDrawingMolecules && !force) {
-    std::cerr << "tessel: error: " << options.network << " has " << molecules
-              << " molecules; drawings above " << kLargeDrawingMolecules
-              << " molecules can take long; add --force to draw it\n";
-    return 2;
+    throw UsageError(options.network + " has " + std::to_string(molecules) +
+                     " molecules; drawings above " + std::to_string(kLargeDrawingMolecules) +
+                     " molecules can take long; add --force to draw it");
   }
+  const Loaded loaded{std::move(network), LoadColorsOf(options)};
   if (UsesFastLayout(loaded.network) && !options.quiet) {
     std::cerr << "tessel: note: " << molecules << " molecules and "
               << loaded.network.interactionCount() << " interactions: laid out with "
@@ -403,10 +406,9 @@ int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptio
   // anything is written.
   const std::vector<std::string> unmatched = UnmatchedConditions(network, query);
   if (!unmatched.empty()) {
-    for (const std::string& message : unmatched) {
-      std::cerr << "tessel: error: " << options.network << ": " << message << "\n";
-    }
-    return 1;
+    std::string message;
+    for (const std::string& m : unmatched) message += (message.empty() ? "" : "; ") + m;
+    throw UsageError(options.network + ": " + message);
   }
   const ColorShapeTable colors = LoadColorsOf(options);
   TerminalProgress progress(!options.quiet);
@@ -694,6 +696,11 @@ int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOption
 
 int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions,
                 const ServiceOptions& serviceOptions) {
+  std::string reference = geneOptions.reference;
+  if (reference.empty()) reference = ServiceSettings::FromEnvironment().referenceUrl;
+  if (reference.empty()) {
+    throw UsageError("no reference network: give --reference FILE|URL or set TESSEL_REFERENCE_URL");
+  }
   // A relative --to goes into the output folder, which is created when missing.
   fs::path to = geneOptions.to;
   const bool inOutput = to.is_relative();
@@ -701,12 +708,6 @@ int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions
   if (!UsableOutput(to, inOutput)) return 2;
   const std::vector<std::string> genes =
       ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
-  std::string reference = geneOptions.reference;
-  if (reference.empty()) reference = ServiceSettings::FromEnvironment().referenceUrl;
-  if (reference.empty()) {
-    throw std::invalid_argument(
-        "no reference network: give --reference FILE|URL or set TESSEL_REFERENCE_URL");
-  }
   TerminalProgress progress(!options.quiet);
   progress.report(0, 1, "Downloading the reference network... please wait");
   Warnings warnings;

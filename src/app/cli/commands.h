@@ -38,7 +38,7 @@ struct MotifOptions {
 };
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);
 
-// Refuses (exit status 2) to draw a network of more than kLargeDrawingMolecules molecules
+// Refuses (a usage error, exit status 2) to draw a network of more than kLargeDrawingMolecules molecules
 // unless `force` is set.
 int RunDraw(const CommonOptions& options, const std::string& base, bool force);
 int RunExport(const CommonOptions& options, const std::string& format, std::string to);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/cli/commands.h"
+#include "app/cli/terminal_progress.h"
 #include "model/molecule_condition.h"
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
@@ -318,6 +319,8 @@ int main(int argc, char** argv) {
     options->commandLine = commandLine;
   }
 
+  // Ctrl-C and SIGTERM stop the command at its next check; what it wrote so far stays.
+  InstallInterruptHandlers();
   try {
     if (*statsCmd) return RunStats(stats);
     if (*validateCmd) return RunValidate(validate);
@@ -328,13 +331,11 @@ int main(int argc, char** argv) {
     if (*matrixCmd) return RunMatrix(matrix, matrixTo, matrixSize);
     if (*pathwaysCmd) {
       if (pathwayOptions.sources.size() > 4 || pathwayOptions.targets.size() > 4) {
-        std::cerr << "tessel: error: at most four --source and four --target conditions\n";
-        return 2;
+        throw tessel::UsageError("at most four --source and four --target conditions");
       }
       if (*easyOption && (!pathwayOptions.sources.empty() || !pathwayOptions.targets.empty())) {
-        std::cerr << "tessel: error: --easy names its source and target; leave out --source "
-                     "and --target\n";
-        return 2;
+        throw tessel::UsageError(
+            "--easy names its source and target; leave out --source and --target");
       }
       pathwayOptions.maxStepsGiven = maxStepsOption->count() > 0;
       return RunPathways(pathways, pathwayOptions);
@@ -349,10 +350,12 @@ int main(int argc, char** argv) {
     if (*genelistCmd) return RunGeneList(genelist, geneOptions, serviceOptions);
   } catch (const tessel::Cancelled&) {
     std::cerr << "tessel: cancelled\n";
-    return 1;
+    return tessel::ExitStatusOf(tessel::ErrorCategory::Cancelled);
   } catch (const std::exception& e) {
+    // Usage errors (settings checked before anything is written, and std::invalid_argument
+    // from option checks) exit with 2, others with 1.
     std::cerr << "tessel: error: " << OneLine(e.what()) << "\n";
-    return 1;
+    return tessel::ExitStatusOf(tessel::CategoryOf(e));
   }
   return 2;
 }

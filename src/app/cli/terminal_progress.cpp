@@ -2,9 +2,38 @@
 
 #include <unistd.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 
 namespace tessel::cli {
+namespace {
+
+// Set by the signal handler; lock-free, so safe to touch there.
+std::atomic<bool> interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+extern "C" void OnInterrupt(int) {
+  interrupted.store(true);
+}
+
+}  // namespace
+
+void InstallInterruptHandlers() {
+  struct sigaction action {};
+  action.sa_handler = OnInterrupt;
+  sigemptyset(&action.sa_mask);
+  // The first signal asks for a clean stop; the default action is back for a second one.
+  // Interrupted reads and writes are restarted, so a file being written is not failed by
+  // the signal: the command stops at its next check instead.
+  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+bool InterruptRequested() {
+  return interrupted.load();
+}
 
 TerminalProgress::TerminalProgress(bool enabled) : active_(enabled && isatty(STDERR_FILENO)) {}
 

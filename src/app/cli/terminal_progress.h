@@ -1,4 +1,5 @@
 // Progress shown on a terminal: one line on stderr, redrawn at most ten times a second.
+// Ctrl-C (SIGINT) and SIGTERM cancel the running command through it.
 #pragma once
 
 #include <chrono>
@@ -8,6 +9,14 @@
 
 namespace tessel::cli {
 
+// Installs handlers for SIGINT and SIGTERM that ask the running command to stop: every
+// TerminalProgress reports cancelled() from then on. A second signal ends the program at
+// once (the handler puts the default action back after the first).
+void InstallInterruptHandlers();
+
+// Whether SIGINT or SIGTERM arrived since the handlers were installed.
+bool InterruptRequested();
+
 class TerminalProgress final : public Progress {
  public:
   // Shows nothing when `enabled` is false or stderr is not a terminal.
@@ -15,6 +24,7 @@ class TerminalProgress final : public Progress {
   ~TerminalProgress() override;
 
   void report(std::size_t done, std::size_t total, std::string_view text) override;
+  bool cancelled() const override { return InterruptRequested(); }
   // Clears the progress line, if one is shown.
   void finish();
 
