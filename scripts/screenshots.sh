@@ -24,7 +24,7 @@ run shuffle --count 20 --seed 7 --analyze clustering,motifs34
 run reduce
 run propagate --condition Type=Receptor --steps 4 || true
 run draw --force || run draw
-"$bin/tessel" matrix -q --to "$work/matrix.png" "$network" >/dev/null
+"$bin/tessel" matrix -q -o "$work" --to "$work/matrix.png" "$network" >/dev/null
 
 shot() {  # shot NAME PAGE
   local page=$1 name=$2
