@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the dependencies, builds TESSEL and runs the whole test suite: once in the
-# optimised build, once under AddressSanitizer and UndefinedBehaviorSanitizer.
+# optimised build, once under AddressSanitizer and UndefinedBehaviorSanitizer, then a short
+# run of every fuzz target.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,4 +16,10 @@ if [ "${TESSEL_SKIP_ASAN:-0}" != 1 ]; then
   cmake --preset asan
   cmake --build --preset asan -j "$jobs"
   ctest --preset asan
+fi
+
+# A short run of every libFuzzer target on its seed corpus (clang, ASan+UBSan); longer runs
+# and their figures: docs/fuzzing.md.
+if [ "${TESSEL_SKIP_FUZZ:-0}" != 1 ]; then
+  bash scripts/fuzz-smoke.sh 4
 fi
