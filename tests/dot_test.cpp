@@ -53,8 +53,7 @@ TEST(Dot, NetworkDrawingMatchesGolden) {
       "\xC3\xA9 IL-1 _\nIL-1 IL-1 0\n9G IL-1 +\n");
   const ColorShapeTable colors =
       ColorShapeTable::Parse("IL-1 red box\nProtein yellow1 ellipse\ndefault turquoise ellipse");
-  EXPECT_EQ(NetworkDot(network, colors),
-            test::ReadFile(test::GoldenDir() / "dot_awkward_names.dot"));
+  test::ExpectGolden(NetworkDot(network, colors), "dot_awkward_names.dot");
   // Only the exact effects get their own arrows.
   for (const char* other : {"", "+ ", " _", "00"}) EXPECT_EQ(EffectAttributes(other), "") << other;
 }

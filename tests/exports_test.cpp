@@ -22,8 +22,8 @@ using test::ReadFile;
 TEST(Exports, PajekMatchesGoldenFile) {
   // Every vertex style, a quoted name, display order against creation ids, every arc colour,
   // a self-interaction kept and a "-" left out.
-  EXPECT_EQ(PajekText(LoadNetwork(test::GoldenDir() / "pajek_small.sig")),
-            ReadFile(test::GoldenDir() / "pajek_small.net"));
+  test::ExpectGolden(PajekText(LoadNetwork(test::GoldenDir() / "pajek_small.sig")),
+                     "pajek_small.net");
   EXPECT_EQ(PajekText(Network{}), "*Vertices    0\n*Arcs\n");
 }
 

@@ -56,7 +56,7 @@ TEST(PathwayMapFiles, ConnectionMapPages) {
   // A square S-A-T-B with the neutral A-B diagonal: measures checked by hand in the golden.
   const Network net = NetworkFromEdges("S A +\nA T +\nS B _\nB T +\nA B 0\nT Z +\n");
   const std::string page = ConnectionMapPage(net, Map(net, "S", "T", {0, 1, 2, 3, 4}));
-  EXPECT_EQ(page, ReadFile(test::GoldenDir() / "pathway_map_small.htm"));
+  test::ExpectGolden(page, "pathway_map_small.htm");
   const std::string none = ConnectionMapPage(net, Map(net, "S", "T", {}));
   EXPECT_NE(none.find("</H3></CENTER>\nNo pathways were found!<br>\n"), std::string::npos);
   EXPECT_EQ(Count(none, "</html>"), 1u);

@@ -21,8 +21,8 @@ std::string PageOf(const Network& net) {
 }
 
 TEST(StatisticsPage, MatchesCheckedCopyForSignorNetwork) {
-  EXPECT_EQ(PageOf(LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig")),
-            test::ReadFile(test::GoldenDir() / "stats_signor_lbc.htm"));
+  test::ExpectGolden(PageOf(LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig")),
+                     "stats_signor_lbc.htm");
 }
 
 TEST(StatisticsPage, ConnectivityRowsShowOneToFiftyLinksThenMore) {

@@ -1,6 +1,9 @@
 #include "test_support.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -66,6 +69,22 @@ fs::path SourceDir() {
 fs::path GoldenDir() {
   return SourceDir() / "tests" / "golden";
 }
+void ExpectGolden(std::string_view actual, const std::string& name) {
+  const fs::path golden = GoldenDir() / name;
+  const char* update = std::getenv("TESSEL_UPDATE_GOLDEN");
+  if (update != nullptr && std::string_view(update) == "1") {
+    WriteFile(golden, actual);
+    return;
+  }
+  if (fs::exists(golden) && ReadFile(golden) == actual) return;
+  const fs::path written = fs::absolute(fs::path("golden-actual") / name);
+  fs::create_directories(written.parent_path());
+  WriteFile(written, actual);
+  ADD_FAILURE() << "output differs from the golden file " << golden.string()
+                << "\n  actual output: " << written.string()
+                << "\n  (TESSEL_UPDATE_GOLDEN=1 rewrites the golden file)";
+}
+
 fs::path DataDir() {
   return SourceDir() / "tests" / "data";
 }

@@ -37,6 +37,12 @@ void WriteFile(const std::filesystem::path& path, std::string_view content);
 std::filesystem::path SourceDir();
 std::filesystem::path GoldenDir();
 
+// Compares `actual` with the golden file GoldenDir() / `name`. On a mismatch the test fails
+// naming both files, and `actual` is written to golden-actual/<name> in the working folder so
+// that the two can be compared with diff. With TESSEL_UPDATE_GOLDEN=1 in the environment the
+// golden file is rewritten instead (for a deliberate change of a page; review the diff).
+void ExpectGolden(std::string_view actual, const std::string& name);
+
 // The public data the tests read, copied into the repository (tests/data, one folder per
 // kind: "networks", "psimi", "mitab", "pubmed").
 std::filesystem::path DataDir();

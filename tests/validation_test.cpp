@@ -110,11 +110,10 @@ TEST(Validation, IndexedChecksAgreeWithThePairwiseRulesOnRandomNetworks) {
 TEST(Validation, GoldenPages) {
   ValidationSummary summary;
   const Network small = LoadNetwork(test::DataDir() / "validation_small.sig");
-  EXPECT_EQ(ValidationPage(small, &summary),
-            test::ReadFile(test::GoldenDir() / "validation_small.htm"));
+  test::ExpectGolden(ValidationPage(small, &summary), "validation_small.htm");
   EXPECT_EQ(Counts(summary), std::make_tuple(2u, 4u, 2u, 4u));
   const Network lbc = LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig");
-  EXPECT_EQ(ValidationPage(lbc), test::ReadFile(test::GoldenDir() / "validation_signor_lbc.htm"));
+  test::ExpectGolden(ValidationPage(lbc), "validation_signor_lbc.htm");
 }
 
 TEST(Validation, UnknownEffectsAndDisagreeingMoleculeFieldsAreListed) {
@@ -123,8 +122,7 @@ TEST(Validation, UnknownEffectsAndDisagreeingMoleculeFieldsAreListed) {
   ValidationSummary summary;
   const Network net = LoadNetwork(test::SourceDir() / "tests" / "data" / "validation_fields.sig");
   EXPECT_EQ(net.molecule(net.findId("GRB2")).moleculeType, "Adaptor");
-  EXPECT_EQ(ValidationPage(net, &summary),
-            test::ReadFile(test::GoldenDir() / "validation_fields.htm"));
+  test::ExpectGolden(ValidationPage(net, &summary), "validation_fields.htm");
   EXPECT_EQ(summary.unknownEffects, 3u);
   EXPECT_EQ(summary.moleculeConflicts, 4u);
 }

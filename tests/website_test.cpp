@@ -135,7 +135,7 @@ TEST(WebsiteSmall, GoldenPagesCompartmentsAndOverview) {
   EXPECT_EQ(result.referencesShown, 6u);
   EXPECT_TRUE(result.warnings.empty());
   for (const char* page : {"index.htm", "list.htm", "central.htm", "EGFR.htm"}) {
-    EXPECT_EQ(files[page], ReadFile(test::GoldenDir() / (std::string("website_") + page))) << page;
+    test::ExpectGolden(files[page], std::string("website_") + page);
   }
   ExpectSoundSite(files);
   // Every page says where it comes from; all but the start page link to it.
