@@ -102,15 +102,9 @@ std::string AnalysisPage(const ShuffleSettings& settings, const ShuffleResult& r
   }
   page += FigureValueRow("user network", result.titles, result.networkValues);
   const auto& columns = result.comparison;
-  page += SummaryRow("mean", columns, [](const ColumnComparison& c) {
-    return c.used > 0 ? FormatNumber(c.figures.mean) : std::string("-");
-  });
-  page += SummaryRow("SD", columns, [](const ColumnComparison& c) {
-    return c.used > 1 ? FormatNumber(c.figures.sd) : std::string("-");
-  });
-  page += SummaryRow("z-score", columns, [](const ColumnComparison& c) {
-    return c.figures.hasZ ? FormatZ(c.figures.z) : std::string("-");
-  });
+  page += SummaryRow("mean", columns, [](const ColumnComparison& c) { return c.meanText(); });
+  page += SummaryRow("SD", columns, [](const ColumnComparison& c) { return c.sdText(); });
+  page += SummaryRow("z-score", columns, [](const ColumnComparison& c) { return c.zText(); });
   page += "</table>";
   for (const ColumnComparison& c : columns) {
     if (c.title != "CPL" || c.leftOut == 0) continue;
@@ -256,6 +250,16 @@ std::string ShuffleKindWords(ShuffleKind kind) {
              "has (Erdos-Renyi)";
   }
   return {};
+}
+
+std::string ColumnComparison::meanText() const {
+  return hasMean() ? FormatNumber(figures.mean) : std::string("-");
+}
+std::string ColumnComparison::sdText() const {
+  return hasSd() ? FormatNumber(figures.sd) : std::string("-");
+}
+std::string ColumnComparison::zText() const {
+  return figures.hasZ ? FormatZ(figures.z) : std::string("-");
 }
 
 std::vector<ColumnComparison> ShuffleComparison(const std::vector<std::string>& titles,

@@ -76,6 +76,13 @@ struct ColumnComparison {
   Comparison figures;
   std::size_t used = 0;     // random networks in the mean
   std::size_t leftOut = 0;  // random networks left out ("CPL" only: those of several islands)
+
+  bool hasMean() const { return used > 0; }
+  bool hasSd() const { return used > 1; }
+  // The figures as the page shows them: "-" where there is none; z with two decimals.
+  std::string meanText() const;
+  std::string sdText() const;
+  std::string zText() const;
 };
 
 // One entry per title; `random` holds one row of values per random network, in the order

@@ -373,6 +373,15 @@ std::vector<PathwayMap> FindPathwayMaps(const Network& network, const PathwayQue
   return maps;
 }
 
+std::string RouteNames(const Network& network, const Route& route) {
+  std::string text;
+  for (const MoleculeId id : route.molecules) {
+    if (!text.empty()) text += " -> ";
+    text += network.nameOf(id);
+  }
+  return text;
+}
+
 RouteList ListRoutes(const Network& network, MoleculeId source, MoleculeId target, int maxSteps,
                      bool directOnly, std::size_t limit, Progress* progress, std::size_t countCap) {
   RouteList list;

@@ -95,6 +95,9 @@ struct Route {
   bool negative = false;              // an odd number of inhibiting ("_") links
 };
 
+// "EGF -> EGFR -> GRB2": the route's molecule names, source first.
+std::string RouteNames(const Network& network, const Route& route);
+
 struct RouteList {
   // The shortest routes, at most `limit`: by number of molecules, then in the order the
   // map search meets them.

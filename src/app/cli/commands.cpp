@@ -374,12 +374,7 @@ namespace {
 constexpr std::size_t kRoutesShown = 50;
 
 std::string RouteText(const Network& network, const Route& route) {
-  std::string text;
-  for (const MoleculeId id : route.molecules) {
-    if (!text.empty()) text += " -> ";
-    text += network.nameOf(id);
-  }
-  return text + "  (" + (route.negative ? "-" : "+") + ", " +
+  return RouteNames(network, route) + "  (" + (route.negative ? "-" : "+") + ", " +
          std::to_string(route.molecules.size()) + " steps)";
 }
 
@@ -494,8 +489,8 @@ Json ComparisonJson(const std::vector<ColumnComparison>& comparison) {
   for (const ColumnComparison& c : comparison) {
     const Comparison& f = c.figures;
     columns[c.title] = {{"network", f.value},
-                        {"mean", c.used > 0 ? Json(f.mean) : Json(nullptr)},
-                        {"sd", c.used > 1 ? Json(f.sd) : Json(nullptr)},
+                        {"mean", c.hasMean() ? Json(f.mean) : Json(nullptr)},
+                        {"sd", c.hasSd() ? Json(f.sd) : Json(nullptr)},
                         {"z", f.hasZ ? Json(f.z) : Json(nullptr)},
                         {"used", c.used},
                         {"left_out", c.leftOut}};
@@ -508,15 +503,10 @@ void PrintComparison(const std::vector<ColumnComparison>& comparison) {
             << std::setw(14) << "random mean" << std::setw(12) << "random sd" << std::setw(10)
             << "z"
             << "\n";
-  const auto orDash = [](bool shown, double value) {
-    return shown ? FormatNumber(value) : std::string("-");
-  };
   for (const ColumnComparison& c : comparison) {
-    const Comparison& f = c.figures;
     std::cout << std::left << std::setw(16) << c.title << std::right << std::setw(14)
-              << FormatNumber(f.value) << std::setw(14) << orDash(c.used > 0, f.mean)
-              << std::setw(12) << orDash(c.used > 1, f.sd) << std::setw(10)
-              << (f.hasZ ? FormatZ(f.z) : std::string("-")) << "\n";
+              << FormatNumber(c.figures.value) << std::setw(14) << c.meanText() << std::setw(12)
+              << c.sdText() << std::setw(10) << c.zText() << "\n";
   }
   for (const ColumnComparison& c : comparison) {
     if (c.leftOut == 0) continue;

@@ -109,9 +109,8 @@ QString ComparisonTable(const std::vector<ColumnComparison>& comparison) {
   for (const ColumnComparison& c : comparison) {
     const Comparison& f = c.figures;
     html += "<tr><td>" + Q(c.title).toHtmlEscaped() + "</td>" + cell(Q(FormatNumber(f.value))) +
-            cell(c.used > 0 ? Q(FormatNumber(f.mean)) : "-") +
-            cell(c.used > 1 ? Q(FormatNumber(f.sd)) : "-") +
-            cell(f.hasZ ? "<b>" + Q(FormatZ(f.z)) + "</b>" : "-") + "</tr>";
+            cell(Q(c.meanText())) + cell(Q(c.sdText())) +
+            cell(f.hasZ ? "<b>" + Q(c.zText()) + "</b>" : "-") + "</tr>";
     if (c.leftOut > 0) {
       notes += QObject::tr("<p>%1: %2 random networks of several islands left out.</p>")
                    .arg(Q(c.title).toHtmlEscaped())
@@ -138,9 +137,7 @@ QString RoutesText(const Network& network, const RouteList& list) {
                            .arg(list.total)
                            .arg(Q(source), Q(target));
   for (const Route& route : list.routes) {
-    QStringList names;
-    for (const MoleculeId id : route.molecules) names << Q(network.nameOf(id));
-    text += "\n" + names.join(" -> ") + (route.negative ? "  (-)" : "  (+)");
+    text += "\n" + Q(RouteNames(network, route)) + (route.negative ? "  (-)" : "  (+)");
   }
   if (list.total > list.routes.size()) {
     text += QObject::tr("\n... and %1 more").arg(list.total - list.routes.size());
