@@ -176,7 +176,7 @@ int RunStats(const CommonOptions& options) {
 }
 
 int RunValidate(const CommonOptions& options) {
-  const Network network = Load(options).network;
+  const Network network = LoadNetworkOf(options);  // no drawing: no colours table
   const std::vector<Finding> findings = ValidationFindings(network);
   const ValidationSummary summary = SummaryOf(findings);
   const fs::path page = WriteValidationReport(findings, options.output, ContextOf(options));
