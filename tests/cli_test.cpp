@@ -188,6 +188,16 @@ TEST(Cli, TwoColumnFilesAndAwkwardNamesLoad) {
   page = page.substr(page.find("</p>"));
   EXPECT_EQ(page.find("<b>"), std::string::npos);
   EXPECT_NE(page.find("&lt;b&gt;"), std::string::npos);
+  // The findings in JSON carry the names as they are, beside the counts.
+  r = RunTessel(dir, {"validate", "--json", "-q", "-o", (dir / "o").string(), pairs});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  const auto v = nlohmann::json::parse(r.out);
+  ASSERT_EQ(v["self_loops"], 1);
+  const auto& loop = v["findings"][0];
+  EXPECT_EQ(loop["kind"], "self_loop");
+  EXPECT_EQ(loop["molecules"], nlohmann::json::array({"<b>"}));
+  EXPECT_EQ(loop["interactions"], nlohmann::json::parse(R"([["<b>", "<b>"]])"));
+  EXPECT_EQ(loop["message"], "The following interaction has <b> as both the source and target!");
 }
 
 }  // namespace

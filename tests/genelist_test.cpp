@@ -55,6 +55,50 @@ TEST(GeneList, ReadsTheReferenceFromAFileOrAnAddress) {
   EXPECT_THROW(LoadReferenceNetwork(server.url("/missing")), HttpError);
 }
 
+TEST(GeneList, CommandWritesTheSubnetworkAndSaysWhatItFound) {
+  test::ScratchDir dir;
+  test::WriteFile(dir / "reference.sig", SigText(test::NetworkFromEdges("P Q +\nR Q _\nQ S +\n")));
+  test::WriteFile(dir / "genes.txt", "p r\nnope\n");
+  GeneListSettings settings;
+  settings.listFile = dir / "genes.txt";
+  settings.reference = (dir / "reference.sig").string();
+  settings.output = dir / "out" / "sub.sig";
+  NullProgress progress;
+  GeneListOutcome outcome = RunGeneListCommand(settings, progress);
+  EXPECT_EQ(outcome.genes, (std::vector<std::string>{"P", "R", "NOPE"}));
+  EXPECT_EQ(outcome.found, (std::vector<std::string>{"P", "R"}));
+  EXPECT_EQ(outcome.absent, std::vector<std::string>{"NOPE"});
+  EXPECT_EQ(outcome.interactions, 2u);
+  EXPECT_EQ(outcome.molecules, 3u);
+  EXPECT_EQ(outcome.file, settings.output);
+  EXPECT_STREQ(outcome.message(), kGeneListSuccessMessage);
+  const Network sub = ReadSigText(test::ReadFile(settings.output), "sub.sig");
+  EXPECT_EQ(sub.interactionCount(), 2u);
+  EXPECT_EQ(sub.findId("S"), 0u);
+
+  // One name connects nothing: no file is written.
+  test::WriteFile(dir / "one.txt", "P\n");
+  settings.listFile = dir / "one.txt";
+  settings.output = dir / "none.sig";
+  outcome = RunGeneListCommand(settings, progress);
+  EXPECT_FALSE(outcome.connected());
+  EXPECT_STREQ(outcome.message(), kNoConnectionsMessage);
+  EXPECT_TRUE(outcome.file.empty());
+  EXPECT_FALSE(std::filesystem::exists(settings.output));
+
+  // A reference that cannot be read is told apart, with its cause's category.
+  settings.reference = (dir / "missing.sig").string();
+  try {
+    RunGeneListCommand(settings, progress);
+    FAIL() << "a missing reference was accepted";
+  } catch (const ReferenceError& e) {
+    EXPECT_EQ(e.category(), ErrorCategory::Input);
+    EXPECT_NE(std::string(e.what()).find("missing.sig"), std::string::npos);
+  }
+  settings.intermediates = 4;
+  EXPECT_THROW(RunGeneListCommand(settings, progress), std::invalid_argument);
+}
+
 // Every molecule on a simple path of at most `maxLinks` links between a and b (undirected),
 // by plain enumeration.
 void Enumerate(const Network& net, MoleculeId b, int maxLinks, std::vector<MoleculeId>& path,

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <string>
 #include <tuple>
@@ -114,6 +115,41 @@ TEST(Validation, GoldenPages) {
   EXPECT_EQ(Counts(summary), std::make_tuple(2u, 4u, 2u, 4u));
   const Network lbc = LoadNetwork(test::DataDir() / "networks" / "signor_lbc.sig");
   test::ExpectGolden(ValidationPage(lbc), "validation_signor_lbc.htm");
+}
+
+TEST(Validation, FindingsGiveKindsMoleculesLinesAndPubmedIds) {
+  const Network small = LoadNetwork(test::DataDir() / "validation_small.sig");
+  const std::vector<Finding> findings = ValidationFindings(small);
+  std::map<std::string_view, int> kinds;
+  for (const Finding& f : findings) ++kinds[FindingKindName(f.kind)];
+  EXPECT_EQ(
+      kinds,
+      (std::map<std::string_view, int>{
+          {"self_loop", 2}, {"code_conflict", 4}, {"effect_conflict", 2}, {"reversed_pair", 4}}));
+  // The two other variants of A to B, at their first rows, with the interaction's papers.
+  std::vector<std::size_t> lines;
+  for (const Finding& f : findings) {
+    if (f.kind != FindingKind::EffectConflict) continue;
+    EXPECT_EQ(f.molecules, (std::vector<std::string>{"A", "B"}));
+    EXPECT_EQ(f.pubmedIds, (std::vector<PubmedId>{1001, 1005, 1006, 1007}));
+    lines.insert(lines.end(), f.lines.begin(), f.lines.end());
+  }
+  EXPECT_EQ(lines, (std::vector<std::size_t>{5, 7}));
+  // A reversed pair names both interactions; the page lists exactly the findings.
+  EXPECT_EQ(findings[8].kind, FindingKind::ReversedPair);
+  EXPECT_EQ(findings[8].interactions.size(), 2u);
+  EXPECT_EQ(ValidationPage(findings), ValidationPage(small));
+
+  const Network fields = LoadNetwork(test::DataDir() / "validation_fields.sig");
+  const std::vector<Finding> more = ValidationFindings(fields);
+  ASSERT_EQ(more.size(), 6u);
+  EXPECT_EQ(more[0].kind, FindingKind::UnknownEffect);
+  EXPECT_EQ(more[0].interactions.size(), 2u);  // the two "-" interactions in one finding
+  EXPECT_EQ(more[2].kind, FindingKind::MoleculeConflict);
+  EXPECT_EQ(more[2].lines, std::vector<std::size_t>{4});
+  EXPECT_EQ(more[2].message,
+            "SOS1 has the type Protein, but 1 row gives Kinase (first on line 4).");
+  EXPECT_EQ(SummaryOf(more).unknownEffects, 3u);
 }
 
 TEST(Validation, UnknownEffectsAndDisagreeingMoleculeFieldsAreListed) {

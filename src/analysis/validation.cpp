@@ -123,22 +123,52 @@ std::vector<CodeConflict> FindCodeConflicts(const Network& network) {
   return conflicts;
 }
 
-void WriteSelfLoops(const Network& network, std::string& page, ValidationSummary& summary) {
-  for (const Interaction& i : network.interactions()) {
-    if (i.source != i.target) continue;
-    page += "The following interaction has ";
-    page += HtmlEscape(network.sourceName(i));
-    page += " as both the source and target!<br>\n";
-    ++summary.selfLoops;
+// The PubMed ids of the interactions, each once, in order.
+std::vector<PubmedId> PubmedIdsOf(const Network& network,
+                                  const std::vector<std::uint32_t>& interactions) {
+  std::vector<PubmedId> ids;
+  for (const std::uint32_t k : interactions) {
+    for (const PubmedId id : network.interactions()[k].pubmedIds) {
+      if (std::find(ids.begin(), ids.end(), id) == ids.end()) ids.push_back(id);
+    }
   }
-  if (summary.selfLoops == 0) page += kNoSelfLoops;
-  page += "<br>\n";
+  return ids;
 }
 
-void WriteCodeConflicts(const Network& network, std::string& page, ValidationSummary& summary) {
+void AddName(std::vector<std::string>& names, const std::string& name) {
+  if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+}
+
+// A finding about the given interactions, naming the molecules at their ends.
+Finding AboutInteractions(const Network& network, FindingKind kind,
+                          std::vector<std::uint32_t> interactions, std::string message) {
+  Finding f;
+  f.kind = kind;
+  for (const std::uint32_t k : interactions) {
+    const Interaction& i = network.interactions()[k];
+    AddName(f.molecules, network.nameOf(i.source));
+    AddName(f.molecules, network.nameOf(i.target));
+  }
+  f.pubmedIds = PubmedIdsOf(network, interactions);
+  f.interactions = std::move(interactions);
+  f.message = std::move(message);
+  return f;
+}
+
+void FindSelfLoops(const Network& network, std::vector<Finding>& findings) {
   const auto& interactions = network.interactions();
-  const std::vector<CodeConflict> conflicts = FindCodeConflicts(network);
-  for (const CodeConflict& c : conflicts) {
+  for (std::uint32_t k = 0; k < interactions.size(); ++k) {
+    const Interaction& i = interactions[k];
+    if (i.source != i.target) continue;
+    findings.push_back(AboutInteractions(network, FindingKind::SelfLoop, {k},
+                                         "The following interaction has " + network.sourceName(i) +
+                                             " as both the source and target!"));
+  }
+}
+
+void FindCodeConflictsOf(const Network& network, std::vector<Finding>& findings) {
+  const auto& interactions = network.interactions();
+  for (const CodeConflict& c : FindCodeConflicts(network)) {
     const Interaction& first = interactions[c.first];
     const Interaction& second = interactions[c.second];
     const Side firstSide = FirstSide(c.test);
@@ -152,29 +182,23 @@ void WriteCodeConflicts(const Network& network, std::string& page, ValidationSum
         accessionsDiffer ? secondAccession : ExtraIdOf(second, secondSide);
     const MoleculeId shared = firstSide == Side::Source ? first.source : first.target;
 
-    page += HtmlEscape(network.nameOf(shared));
-    page += " have different accession code in the ";
-    page += HtmlEscape(network.sourceName(first));
-    page += ' ';
-    page += HtmlEscape(network.targetName(first));
-    page += " interaction (";
-    page += HtmlEscape(firstCode);
-    page += ") compared to ";
-    page += HtmlEscape(network.sourceName(second));
-    page += ' ';
-    page += HtmlEscape(network.targetName(second));
-    page += " interaction (";
-    page += HtmlEscape(secondCode);
-    page += ") interaction.<br><br>\n";
+    std::vector<std::uint32_t> involved{c.first};
+    if (c.second != c.first) involved.push_back(c.second);
+    Finding f = AboutInteractions(
+        network, FindingKind::CodeConflict, std::move(involved),
+        network.nameOf(shared) + " have different accession code in the " +
+            network.sourceName(first) + " " + network.targetName(first) + " interaction (" +
+            firstCode + ") compared to " + network.sourceName(second) + " " +
+            network.targetName(second) + " interaction (" + secondCode + ") interaction.");
+    f.molecules = {network.nameOf(shared)};
+    findings.push_back(std::move(f));
   }
-  summary.codeConflicts = conflicts.size();
-  if (conflicts.empty()) page += kNoCodeConflicts;
 }
 
 // Repeated rows are merged into one interaction when the network is built; the rows
 // whose effect or type differed from the kept ones are listed by the network, once per
-// row. Each distinct variant of an interaction is reported once.
-void WriteEffectConflicts(const Network& network, std::string& page, ValidationSummary& summary) {
+// row. Each distinct variant of an interaction is reported once, at its first row.
+void FindEffectConflicts(const Network& network, std::vector<Finding>& findings) {
   struct VariantHash {
     std::size_t operator()(const RowConflict* c) const noexcept {
       const std::size_t h1 = std::hash<std::string_view>{}(c->effect);
@@ -194,44 +218,38 @@ void WriteEffectConflicts(const Network& network, std::string& page, ValidationS
   for (const RowConflict& c : network.conflicts()) {
     if (!seen.insert(&c).second) continue;
     const Interaction& kept = interactions[c.interaction];
-    page += "The effect of the interaction between ";
-    page += HtmlEscape(network.sourceName(kept));
-    page += ' ';
-    page += HtmlEscape(network.targetName(kept));
-    page += " is different ";
-    page += HtmlEscape(kept.effect);
-    page += " and ";
-    page += HtmlEscape(c.effect);
-    page += ".<br><br>";
-    ++summary.effectConflicts;
+    Finding f = AboutInteractions(network, FindingKind::EffectConflict, {c.interaction},
+                                  "The effect of the interaction between " +
+                                      network.sourceName(kept) + " " + network.targetName(kept) +
+                                      " is different " + kept.effect + " and " + c.effect + ".");
+    if (c.line > 0) f.lines.push_back(c.line);
+    findings.push_back(std::move(f));
   }
-  if (summary.effectConflicts == 0) page += kNoEffectConflicts;
 }
 
 // Each interaction A->B whose reverse B->A exists is reported once, by whichever of the
 // two was created first; a self-interaction is its own reverse.
-void WriteReversedPairs(const Network& network, std::string& page, ValidationSummary& summary) {
+void FindReversedPairs(const Network& network, std::vector<Finding>& findings) {
   const auto& interactions = network.interactions();
-  for (std::size_t k = 0; k < interactions.size(); ++k) {
+  for (std::uint32_t k = 0; k < interactions.size(); ++k) {
     const Interaction& i = interactions[k];
+    std::vector<std::uint32_t> involved{k};
     if (i.source != i.target) {
       const Interaction* reverse = network.findInteraction(i.target, i.source);
       if (reverse == nullptr || reverse < &i) continue;
+      involved.push_back(static_cast<std::uint32_t>(reverse - interactions.data()));
     }
-    page += "The interaction between ";
-    page += HtmlEscape(network.sourceName(i));
-    page += " and ";
-    page += HtmlEscape(network.targetName(i));
-    page += " has the source being the target and the target being the source.<br>";
-    ++summary.reversedPairs;
+    findings.push_back(AboutInteractions(
+        network, FindingKind::ReversedPair, std::move(involved),
+        "The interaction between " + network.sourceName(i) + " and " + network.targetName(i) +
+            " has the source being the target and the target being the source."));
   }
-  if (summary.reversedPairs == 0) page += kNoReversedPairs;
 }
 
-// Interactions whose effect is none of "+", "_" and "0", grouped by effect, in order of
+// Interactions whose effect is none of "+", "_" and "0", one finding per effect, in order of
 // first appearance. Such effects are kept as read, but loop and path signs count only "_"
 // as an inhibition, so a file that writes inhibitions as "-" needs to be told.
-void WriteUnknownEffects(const Network& network, std::string& page, ValidationSummary& summary) {
+void FindUnknownEffects(const Network& network, std::vector<Finding>& findings) {
   struct Group {
     std::string_view effect;
     std::vector<std::uint32_t> interactions;
@@ -245,87 +263,166 @@ void WriteUnknownEffects(const Network& network, std::string& page, ValidationSu
                            [&](const Group& g) { return g.effect == effect; });
     if (it == groups.end()) it = groups.insert(groups.end(), Group{effect, {}});
     it->interactions.push_back(k);
-    ++summary.unknownEffects;
   }
-  page += "<br>\n<h4>Effects other than + (activation), _ (inhibition) and 0 (binding)</h4>\n";
   constexpr std::size_t kShown = 20;
-  for (const Group& g : groups) {
-    page += "The effect ";
-    page += HtmlEscape(g.effect);
-    page += " is used by " + std::to_string(g.interactions.size()) + " interaction";
-    if (g.interactions.size() != 1) page += "s";
-    page += "; loop and path signs count only _ as an inhibition";
+  for (Group& g : groups) {
+    std::string message = "The effect ";
+    message += g.effect;
+    message += " is used by " + std::to_string(g.interactions.size()) + " interaction";
+    if (g.interactions.size() != 1) message += "s";
+    message += "; loop and path signs count only _ as an inhibition";
     if (const auto meant = EffectFromWord(g.effect)) {
-      page += " (other formats read it as ";
-      page += HtmlEscape(*meant);
-      page += ")";
+      message += " (other formats read it as ";
+      message += *meant;
+      message += ")";
     }
-    page += ":";
+    message += ":";
     for (std::size_t n = 0; n < g.interactions.size() && n < kShown; ++n) {
       const Interaction& i = interactions[g.interactions[n]];
-      page += n == 0 ? " " : ", ";
-      page += HtmlEscape(network.sourceName(i));
-      page += " to ";
-      page += HtmlEscape(network.targetName(i));
+      message += n == 0 ? " " : ", ";
+      message += network.sourceName(i) + " to " + network.targetName(i);
     }
     if (g.interactions.size() > kShown) {
-      page += " and " + std::to_string(g.interactions.size() - kShown) + " more";
+      message += " and " + std::to_string(g.interactions.size() - kShown) + " more";
     }
-    page += ".<br><br>\n";
+    message += ".";
+    findings.push_back(AboutInteractions(network, FindingKind::UnknownEffect,
+                                         std::move(g.interactions), std::move(message)));
   }
-  if (groups.empty()) page += "All interactions have the effect +, _ or 0.<br><br>\n";
 }
 
 // Molecules named by several rows with different types or locations: the first row's value
 // is kept (an "NA" is filled by a later row), the others are listed here.
-void WriteMoleculeConflicts(const Network& network, std::string& page, ValidationSummary& summary) {
-  page += "<h4>Molecules whose rows give different types or locations</h4>\n";
+void FindMoleculeConflicts(const Network& network, std::vector<Finding>& findings) {
   for (const MoleculeConflict& c : network.moleculeConflicts()) {
     const Molecule& m = network.molecule(c.molecule);
     const bool type = c.field == MoleculeConflict::Field::Type;
-    page += HtmlEscape(m.name);
-    page += type ? " has the type " : " has the location ";
-    page += HtmlEscape(type ? m.moleculeType : m.location);
-    page += ", but ";
-    page += std::to_string(c.rows);
-    page += c.rows == 1 ? " row gives " : " rows give ";
-    page += HtmlEscape(c.value);
-    if (c.line > 0) page += " (first on line " + std::to_string(c.line) + ")";
-    page += ".<br>\n";
-    ++summary.moleculeConflicts;
+    Finding f;
+    f.kind = FindingKind::MoleculeConflict;
+    f.molecules = {m.name};
+    if (c.line > 0) f.lines.push_back(c.line);
+    f.message = m.name + (type ? " has the type " : " has the location ") +
+                (type ? m.moleculeType : m.location) + ", but " + std::to_string(c.rows) +
+                (c.rows == 1 ? " row gives " : " rows give ") + c.value;
+    if (c.line > 0) f.message += " (first on line " + std::to_string(c.line) + ")";
+    f.message += ".";
+    findings.push_back(std::move(f));
   }
-  if (summary.moleculeConflicts == 0) {
-    page += "Every molecule has the same type and location in all its rows.<br>\n";
+}
+
+// One section of the page: each finding of the kind, escaped and followed by `end`, or
+// `none` when there is none.
+void WriteSection(const std::vector<Finding>& findings, FindingKind kind, std::string_view end,
+                  std::string_view none, std::string& page) {
+  bool any = false;
+  for (const Finding& f : findings) {
+    if (f.kind != kind) continue;
+    page += HtmlEscape(f.message);
+    page += end;
+    any = true;
   }
+  if (!any) page += none;
 }
 
 }  // namespace
 
-std::string ValidationPage(const Network& network, ValidationSummary* summary) {
-  ValidationSummary counts;
+std::string_view FindingKindName(FindingKind kind) {
+  switch (kind) {
+    case FindingKind::SelfLoop:
+      return "self_loop";
+    case FindingKind::CodeConflict:
+      return "code_conflict";
+    case FindingKind::EffectConflict:
+      return "effect_conflict";
+    case FindingKind::ReversedPair:
+      return "reversed_pair";
+    case FindingKind::UnknownEffect:
+      return "unknown_effect";
+    case FindingKind::MoleculeConflict:
+      return "molecule_conflict";
+  }
+  return "unknown";
+}
+
+std::vector<Finding> ValidationFindings(const Network& network) {
+  std::vector<Finding> findings;
+  FindSelfLoops(network, findings);
+  FindCodeConflictsOf(network, findings);
+  FindEffectConflicts(network, findings);
+  FindReversedPairs(network, findings);
+  FindUnknownEffects(network, findings);
+  FindMoleculeConflicts(network, findings);
+  return findings;
+}
+
+ValidationSummary SummaryOf(const std::vector<Finding>& findings) {
+  ValidationSummary s;
+  for (const Finding& f : findings) {
+    switch (f.kind) {
+      case FindingKind::SelfLoop:
+        ++s.selfLoops;
+        break;
+      case FindingKind::CodeConflict:
+        ++s.codeConflicts;
+        break;
+      case FindingKind::EffectConflict:
+        ++s.effectConflicts;
+        break;
+      case FindingKind::ReversedPair:
+        ++s.reversedPairs;
+        break;
+      case FindingKind::UnknownEffect:
+        s.unknownEffects += f.interactions.size();
+        break;
+      case FindingKind::MoleculeConflict:
+        ++s.moleculeConflicts;
+        break;
+    }
+  }
+  return s;
+}
+
+std::string ValidationPage(const std::vector<Finding>& findings) {
   std::string page = "<html><body>\n";
-  WriteSelfLoops(network, page, counts);
-  WriteCodeConflicts(network, page, counts);
-  WriteEffectConflicts(network, page, counts);
-  WriteReversedPairs(network, page, counts);
+  WriteSection(findings, FindingKind::SelfLoop, "<br>\n", kNoSelfLoops, page);
+  page += "<br>\n";
+  WriteSection(findings, FindingKind::CodeConflict, "<br><br>\n", kNoCodeConflicts, page);
+  WriteSection(findings, FindingKind::EffectConflict, "<br><br>", kNoEffectConflicts, page);
+  WriteSection(findings, FindingKind::ReversedPair, "<br>", kNoReversedPairs, page);
   page += "\n";
-  WriteUnknownEffects(network, page, counts);
-  WriteMoleculeConflicts(network, page, counts);
+  page += "<br>\n<h4>Effects other than + (activation), _ (inhibition) and 0 (binding)</h4>\n";
+  WriteSection(findings, FindingKind::UnknownEffect, "<br><br>\n",
+               "All interactions have the effect +, _ or 0.<br><br>\n", page);
+  page += "<h4>Molecules whose rows give different types or locations</h4>\n";
+  WriteSection(findings, FindingKind::MoleculeConflict, "<br>\n",
+               "Every molecule has the same type and location in all its rows.<br>\n", page);
   page += "</body></html>";
-  if (summary != nullptr) *summary = counts;
   return page;
+}
+
+std::string ValidationPage(const Network& network, ValidationSummary* summary) {
+  const std::vector<Finding> findings = ValidationFindings(network);
+  if (summary != nullptr) *summary = SummaryOf(findings);
+  return ValidationPage(findings);
+}
+
+std::filesystem::path WriteValidationReport(const std::vector<Finding>& findings,
+                                            const std::filesystem::path& folder,
+                                            const PageContext& context) {
+  // An empty folder would silently mean the current directory.
+  if (folder.empty()) throw OutputError("validation report: no output folder given");
+  const std::filesystem::path path = folder / kValidationPageName;
+  WriteFileAtomically(path, WithPageContext(ValidationPage(findings), context, "Validation"));
+  return path;
 }
 
 std::filesystem::path WriteValidationReport(const Network& network,
                                             const std::filesystem::path& folder,
                                             ValidationSummary* summary,
                                             const PageContext& context) {
-  // An empty folder would silently mean the current directory.
-  if (folder.empty()) throw OutputError("validation report: no output folder given");
-  const std::filesystem::path path = folder / kValidationPageName;
-  WriteFileAtomically(path,
-                      WithPageContext(ValidationPage(network, summary), context, "Validation"));
-  return path;
+  const std::vector<Finding> findings = ValidationFindings(network);
+  if (summary != nullptr) *summary = SummaryOf(findings);
+  return WriteValidationReport(findings, folder, context);
 }
 
 }  // namespace tessel

@@ -159,4 +159,40 @@ GeneListResult GeneListSubnetwork(const Network& reference, const std::vector<st
   return result;
 }
 
+std::vector<std::string> ReadGeneListFile(const std::filesystem::path& file) {
+  return ReadGeneList(ReadWholeFile(file), file.string());
+}
+
+GeneListOutcome RunGeneListCommand(const GeneListSettings& settings, Progress& progress) {
+  if (settings.intermediates < 1 || settings.intermediates > 3) {
+    throw std::invalid_argument("the number of intermediates must be 1, 2 or 3");
+  }
+  GeneListOutcome outcome;
+  outcome.genes = ReadGeneListFile(settings.listFile);
+  progress.report(0, 1, "Downloading the reference network... please wait");
+  Network reference;
+  try {
+    reference = LoadReferenceNetwork(settings.reference, settings.http, &outcome.warnings);
+  } catch (const Cancelled&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw ReferenceError(CategoryOf(e), e.what());
+  }
+  GeneListResult result =
+      GeneListSubnetwork(reference, outcome.genes, settings.intermediates, progress);
+  outcome.found = std::move(result.found);
+  outcome.absent = std::move(result.absent);
+  outcome.interactions = result.rows.size();
+  if (result.rows.empty()) return outcome;
+  absl::flat_hash_map<std::string_view, bool> names;
+  for (const SigRow& row : result.rows) {
+    names.emplace(row.source.name, true);
+    names.emplace(row.target.name, true);
+  }
+  outcome.molecules = names.size();
+  WriteFileAtomically(settings.output, SigRowsText(result.rows));
+  outcome.file = settings.output;
+  return outcome;
+}
+
 }  // namespace tessel

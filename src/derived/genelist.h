@@ -11,7 +11,9 @@
 
 #include "model/network.h"
 #include "model/readers.h"
+#include "model/warnings.h"
 #include "net/http.h"
+#include "util/error.h"
 #include "util/progress.h"
 
 namespace tessel {
@@ -43,5 +45,48 @@ struct GeneListResult {
 // otherwise). Reports one step per pair and throws Cancelled when asked.
 GeneListResult GeneListSubnetwork(const Network& reference, const std::vector<std::string>& genes,
                                   int intermediates, Progress& progress);
+
+// Reads the gene-list file and its names (ReadGeneList). Throws InputError naming the file.
+std::vector<std::string> ReadGeneListFile(const std::filesystem::path& file);
+
+// The reference network could not be read or downloaded. Carries the cause's category and
+// message, so it is reported as the cause would be; a front end can also tell from it that
+// the reference it was given is at fault.
+class ReferenceError : public Error {
+ public:
+  ReferenceError(ErrorCategory category, const std::string& message) : Error(category, message) {}
+};
+
+struct GeneListSettings {
+  std::filesystem::path listFile;  // the names, blank-separated
+  std::string reference;           // a SIG or two-column file, or an http(s) address
+  int intermediates = 1;           // 1, 2 or 3
+  HttpSettings http;
+  std::filesystem::path output;  // the SIG file written when connections are found
+};
+
+// What the gene-list command did, for the front ends to report.
+struct GeneListOutcome {
+  std::vector<std::string> genes;   // the names read, upper-cased, each once
+  std::vector<std::string> found;   // listed names present in the reference
+  std::vector<std::string> absent;  // listed names the reference does not hold
+  std::size_t interactions = 0;     // rows written
+  std::size_t molecules = 0;        // molecules those rows name
+  std::filesystem::path file;       // the SIG file written; empty when nothing connects
+  Warnings warnings;                // remarks made while reading the reference
+
+  bool connected() const { return interactions > 0; }
+  // kGeneListSuccessMessage or kNoConnectionsMessage.
+  const char* message() const {
+    return connected() ? kGeneListSuccessMessage : kNoConnectionsMessage;
+  }
+};
+
+// The whole command: reads the list, reads or downloads the reference network, finds the
+// sub-network (GeneListSubnetwork) and, when it holds an interaction, writes it as a SIG
+// file to settings.output with WriteFileAtomically; nothing is written otherwise. The
+// number of intermediates is checked before anything is read (std::invalid_argument).
+// A failure to get the reference throws ReferenceError.
+GeneListOutcome RunGeneListCommand(const GeneListSettings& settings, Progress& progress);
 
 }  // namespace tessel

@@ -16,6 +16,7 @@
 #include "derived/shuffle.h"
 #include "derived/subnetworks.h"
 #include "model/color_table.h"
+#include "model/load.h"
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
 #include "output/drawing.h"
@@ -39,9 +40,8 @@ struct Loaded {
   ColorShapeTable colors;
 };
 
-// Loads the network; warnings go to stderr.
-Network LoadNetworkOf(const CommonOptions& options) {
-  Warnings warnings;
+// How the network file is to be read, from the common options.
+ReadOptions ReadOptionsOf(const CommonOptions& options) {
   ReadOptions read;
   read.format = ParseNetworkFormat(options.format);
   read.columns = options.columns;
@@ -50,46 +50,66 @@ Network LoadNetworkOf(const CommonOptions& options) {
       read.format != NetworkFormat::Table) {
     throw std::invalid_argument("column options (--source-col, ...) are for --format table");
   }
-  const auto show = [&] {
-    if (options.quiet) return;
-    for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
-    const std::vector<std::string> lines = warnings.lines();
-    const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
-    for (std::size_t k = 0; k < shown; ++k) std::cerr << "tessel: warning: " << lines[k] << "\n";
-    if (lines.size() > shown) {
-      std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
-    }
-  };
+  return read;
+}
+
+// How the file was read and the first warnings of the load, on stderr.
+void ShowLoadWarnings(const CommonOptions& options, const Warnings& warnings) {
+  if (options.quiet) return;
+  for (const std::string& note : warnings.notes()) std::cerr << "tessel: note: " << note << "\n";
+  const std::vector<std::string> lines = warnings.lines();
+  const std::size_t shown = std::min<std::size_t>(lines.size(), 10);
+  for (std::size_t k = 0; k < shown; ++k) std::cerr << "tessel: warning: " << lines[k] << "\n";
+  if (lines.size() > shown) {
+    std::cerr << "tessel: warning: " << lines.size() - shown << " more kinds of warning\n";
+  }
+}
+
+void ShowColorsWritten(const CommonOptions& options, const fs::path& written) {
+  if (!written.empty() && !options.quiet) {
+    std::cerr << "tessel: note: wrote the default colours table " << written.string() << "\n";
+  }
+}
+
+// Loads the network; warnings go to stderr.
+Network LoadNetworkOf(const CommonOptions& options) {
+  Warnings warnings;
+  const ReadOptions read = ReadOptionsOf(options);
   Network network;
   try {
     network = LoadNetwork(fs::path(options.network), read, &warnings);
   } catch (const InputError&) {
-    show();  // what the reader left out explains a file that gave nothing
+    ShowLoadWarnings(options,
+                     warnings);  // what the reader left out explains a file that gave nothing
     throw;
   }
-  show();
+  ShowLoadWarnings(options, warnings);
   return network;
 }
 
 // The colours table the drawings use, from beside the network or the output folder; the
 // default table is written to the output folder when there is none.
 ColorShapeTable LoadColorsOf(const CommonOptions& options) {
-  const fs::path path = options.network;
-  const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-  bool wroteDefault = false;
-  ColorShapeTable colors =
-      ColorShapeTable::LoadOrCreate({folder, options.output}, options.output, &wroteDefault);
-  if (wroteDefault && !options.quiet) {
-    std::cerr << "tessel: note: wrote the default colours table "
-              << (fs::path(options.output) / kColorTableFileName).string() << "\n";
-  }
+  fs::path written;
+  ColorShapeTable colors = LoadColorsFor(options.network, options.output, &written);
+  ShowColorsWritten(options, written);
   return colors;
 }
 
 // Loads the network and the colours table the drawings use.
 Loaded Load(const CommonOptions& options) {
-  Network network = LoadNetworkOf(options);
-  return {std::move(network), LoadColorsOf(options)};
+  Warnings warnings;
+  const ReadOptions read = ReadOptionsOf(options);
+  NetworkWithColors loaded;
+  try {
+    loaded = LoadNetworkWithColors(options.network, read, options.output, &warnings);
+  } catch (const InputError&) {
+    ShowLoadWarnings(options, warnings);
+    throw;
+  }
+  ShowLoadWarnings(options, warnings);
+  ShowColorsWritten(options, loaded.colorsWritten);
+  return {std::move(loaded.network), std::move(loaded.colors)};
 }
 
 Json TallyJson(const ValueTally& tally) {
@@ -156,11 +176,25 @@ int RunStats(const CommonOptions& options) {
 }
 
 int RunValidate(const CommonOptions& options) {
-  const Network network = Load(options).network;
-  ValidationSummary summary;
-  const fs::path page =
-      WriteValidationReport(network, options.output, &summary, ContextOf(options));
+  const Network network = LoadNetworkOf(options);  // no drawing: no colours table
+  const std::vector<Finding> findings = ValidationFindings(network);
+  const ValidationSummary summary = SummaryOf(findings);
+  const fs::path page = WriteValidationReport(findings, options.output, ContextOf(options));
   if (options.json) {
+    Json list = Json::array();
+    for (const Finding& f : findings) {
+      Json interactions = Json::array();
+      for (const std::uint32_t k : f.interactions) {
+        const Interaction& i = network.interactions()[k];
+        interactions.push_back(Json::array({network.sourceName(i), network.targetName(i)}));
+      }
+      list.push_back({{"kind", FindingKindName(f.kind)},
+                      {"message", f.message},
+                      {"molecules", f.molecules},
+                      {"interactions", interactions},
+                      {"lines", f.lines},
+                      {"pubmed_ids", f.pubmedIds}});
+    }
     Json j;
     j["self_loops"] = summary.selfLoops;
     j["code_conflicts"] = summary.codeConflicts;
@@ -169,6 +203,7 @@ int RunValidate(const CommonOptions& options) {
     j["unknown_effects"] = summary.unknownEffects;
     j["molecule_conflicts"] = summary.moleculeConflicts;
     j["page"] = page.string();
+    j["findings"] = list;
     Print(j);
   } else {
     std::cout << "Self-interactions: " << summary.selfLoops
@@ -696,33 +731,38 @@ int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions
   const bool inOutput = to.is_relative();
   if (inOutput) to = fs::path(options.output) / to;
   if (!UsableOutput(to, inOutput)) return 2;
-  const std::vector<std::string> genes =
-      ReadGeneList(ReadWholeFile(geneOptions.genes), geneOptions.genes);
+  GeneListSettings settings;
+  settings.listFile = geneOptions.genes;
+  settings.reference = reference;
+  settings.intermediates = geneOptions.intermediates;
+  settings.http = Http(serviceOptions);
+  settings.output = to;
   TerminalProgress progress(!options.quiet);
-  progress.report(0, 1, "Downloading the reference network... please wait");
-  Warnings warnings;
-  const Network network = LoadReferenceNetwork(reference, Http(serviceOptions), &warnings);
-  const GeneListResult result =
-      GeneListSubnetwork(network, genes, geneOptions.intermediates, progress);
+  const GeneListOutcome result = RunGeneListCommand(settings, progress);
   progress.finish();
-  const bool found = !result.rows.empty();
-  if (found) WriteFileAtomically(to, SigRowsText(result.rows));
+  if (!options.quiet) {
+    for (const std::string& w : result.warnings.lines()) {
+      std::cerr << "tessel: warning: " << w << "\n";
+    }
+  }
   if (options.json) {
-    Json j{{"message", found ? kGeneListSuccessMessage : kNoConnectionsMessage},
-           {"interactions", result.rows.size()},
+    Json j{{"message", result.message()},
+           {"interactions", result.interactions},
            {"found", result.found},
            {"absent", result.absent}};
-    j["file"] = found ? Json(to.string()) : Json(nullptr);
+    j["file"] = result.connected() ? Json(result.file.string()) : Json(nullptr);
     Print(j);
   } else {
-    std::cout << (found ? kGeneListSuccessMessage : kNoConnectionsMessage) << "\n";
+    std::cout << result.message() << "\n";
     if (!result.absent.empty()) {
       std::cout << "Not in the reference network:";
       for (const std::string& g : result.absent) std::cout << " " << g;
       std::cout << "\n";
     }
-    if (found)
-      std::cout << result.rows.size() << " interactions written to " << to.string() << "\n";
+    if (result.connected()) {
+      std::cout << result.interactions << " interactions written to " << result.file.string()
+                << "\n";
+    }
   }
   return 0;
 }

@@ -25,6 +25,7 @@
 #include "derived/genelist.h"
 #include "derived/shuffle.h"
 #include "derived/subnetworks.h"
+#include "model/load.h"
 #include "model/table_reader.h"
 #include "motifs/motif_pages.h"
 #include "net/services.h"
@@ -86,16 +87,15 @@ struct LoadedNetwork {
 // the output folder, where the default table is written when neither has one.
 LoadedNetwork ReadNetwork(const QString& file, const ReadOptions& options, const QString& output) {
   Warnings warnings;
-  auto network = std::make_shared<const Network>(LoadNetwork(Path(file), options, &warnings));
-  bool wroteDefault = false;
-  auto colors = std::make_shared<const ColorShapeTable>(ColorShapeTable::LoadOrCreate(
-      {Path(QFileInfo(file).absolutePath()), Path(output)}, Path(output), &wroteDefault));
+  NetworkWithColors loaded = LoadNetworkWithColors(Path(file), options, Path(output), &warnings);
   QStringList notes = WarningNotes(warnings);
-  if (wroteDefault) {
+  if (!loaded.colorsWritten.empty()) {
     notes << QObject::tr("Wrote the default colours table %1.")
                  .arg(QDir(output).filePath(Q(std::string(kColorTableFileName))));
   }
-  return {std::move(network), std::move(colors), std::move(notes), warnings.total()};
+  return {std::make_shared<const Network>(std::move(loaded.network)),
+          std::make_shared<const ColorShapeTable>(std::move(loaded.colors)), std::move(notes),
+          warnings.total()};
 }
 
 // The user network's figures beside the random networks' mean, standard deviation and
@@ -598,9 +598,9 @@ void MainWindow::loadGeneList() {
       prompts_.openFileName(this, tr("Load a list of gene/protein names..."), dialogFolder(),
                             tr("Text files (*.txt);;All files (*)"));
   if (file.isEmpty()) return;
-  std::vector<std::string> genes;
+  // A list without a name is refused before anything else is asked.
   try {
-    genes = ReadGeneList(ReadWholeFile(Path(file)), file.toStdString());
+    ReadGeneListFile(Path(file));
   } catch (const std::exception& e) {
     prompts_.message(this, UserPrompts::Icon::Critical, tr("Error!"), Q(std::string(e.what())));
     return;
@@ -628,42 +628,43 @@ void MainWindow::loadGeneList() {
   Launch launch;
   launch.status = tr("Downloading the reference network... please wait");
   launch.lowPriority = true;
+  GeneListSettings geneList;
+  geneList.listFile = Path(file);
+  geneList.reference = reference.toStdString();
+  geneList.intermediates = intermediates;
+  geneList.output = Path(target);
   startCommand(
-      launch,
-      [this, genes, reference, intermediates, output,
-       target](Progress& progress) -> CommandRunner::Completion {
-        progress.report(0, 0, "Downloading the reference network... please wait");
-        Network referenceNetwork;
+      launch, [this, geneList, output, target](Progress& progress) -> CommandRunner::Completion {
+        GeneListOutcome result;
         try {
-          referenceNetwork = LoadReferenceNetwork(reference.toStdString());
-        } catch (const std::exception& e) {
+          result = RunGeneListCommand(geneList, progress);
+        } catch (const ReferenceError& e) {
           // Ask for the reference again next time: the stored one may be wrong.
           QMetaObject::invokeMethod(this, [this] { settings_.remove(kReferenceKey); });
           throw std::runtime_error(std::string("Failed to download background database!\n") +
                                    e.what());
         }
-        const GeneListResult result =
-            GeneListSubnetwork(referenceNetwork, genes, intermediates, progress);
         QStringList absent;
         for (const std::string& name : result.absent) absent << Q(name);
-        const QString absentNote =
-            absent.isEmpty() ? QString()
-                             : tr("Not in the reference network: %1").arg(absent.join(' '));
-        if (result.rows.empty()) {
-          return [this, absentNote] {
+        QStringList notes;
+        if (!absent.isEmpty())
+          notes << tr("Not in the reference network: %1").arg(absent.join(' '));
+        notes << WarningNotes(result.warnings);
+        const QString message = Q(std::string(result.message()));
+        if (!result.connected()) {
+          return [this, message, notes] {
             setStatus(QString());
-            prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
-                             Q(std::string(kNoConnectionsMessage)), absentNote);
+            prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"), message,
+                             notes.join('\n'));
           };
         }
-        WriteFileAtomically(Path(target), SigRowsText(result.rows));
         LoadedNetwork loaded = ReadNetwork(target, ReadOptions{NetworkFormat::Sig, {}}, output);
-        return [this, loaded, target, absentNote] {
+        return [this, loaded, target, message, notes] {
           installNetwork(loaded.network, loaded.colors, target, loaded.warnings);
           QStringList details{tr("Written to %1.").arg(target)};
-          if (!absentNote.isEmpty()) details << absentNote;
-          prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"),
-                           Q(std::string(kGeneListSuccessMessage)), details.join('\n'));
+          details << notes;
+          prompts_.message(this, UserPrompts::Icon::Information, tr("TESSEL"), message,
+                           details.join('\n'));
         };
       });
 }
