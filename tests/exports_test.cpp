@@ -1,13 +1,16 @@
 // Files for other network tools: Pajek (against a checked copy), MFinder arcs and names,
-// the Cytoscape interaction words, the SIG rows of the largest island, and writing them.
+// the Cytoscape interaction words, the SIG rows of the largest island, and writing them,
+// each format of the export command with its own writer.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "model/readers.h"
+#include "output/export_formats.h"
 #include "output/exports.h"
 #include "test_support.h"
 #include "util/error.h"
@@ -78,6 +81,33 @@ TEST(Exports, WriteMfinderWithNamesBesideAndEachOtherFormat) {
     EXPECT_EQ(WriteExport(net, format, dir / name), std::vector<fs::path>{dir / name});
     EXPECT_EQ(ReadFile(dir / name), text);
   }
+}
+
+TEST(Exports, EveryFormatWritesItsDefaultFileWithItsOwnWriter) {
+  test::ScratchDir dir;
+  const Network net = NetworkFromEdges("A B +\nB C _\nC A 0\n");
+  const ColorShapeTable colors = ColorShapeTable::Defaults();
+  // How each file starts: the writer behind each name.
+  const std::vector<std::pair<std::string, std::string>> starts = {
+      {"pajek", "*Vertices"},
+      {"mfinder", "   1    2    1"},
+      {"sif", "A pp B"},
+      {"big-cluster", "A NA NA Protein Cytosol B"},
+      {"graphml", "<?xml"},
+      {"table", "source,source_accession"},
+      {"signed-sif", "A\tactivates\tB"},
+      {"cx2", "["}};
+  ASSERT_EQ(ExportFormats().size(), starts.size());
+  std::set<std::string> files;
+  for (const auto& [name, start] : starts) {
+    const ExportFormatInfo* format = FindExportFormat(name);
+    ASSERT_NE(format, nullptr) << name;
+    EXPECT_TRUE(files.insert(std::string(format->defaultFile)).second) << "shared default file";
+    const fs::path file = dir / format->defaultFile;
+    EXPECT_EQ(WriteExportFormat(net, colors, *format, file).front(), file);
+    EXPECT_EQ(ReadFile(file).substr(0, start.size()), start) << name;
+  }
+  EXPECT_EQ(FindExportFormat("csv"), nullptr);
 }
 
 }  // namespace

@@ -184,6 +184,13 @@ TEST(MotifKinds, NamesSizesAndSigns) {
   }
   for (const std::string_view bad : {"", "fbl6", "fbl", "bifans", "scaffold ", "ffl2"})
     EXPECT_FALSE(ParseMotifKind(bad).has_value()) << bad;
+  // The table holds every kind once; the defaults are all but fbl5, in kind order.
+  ASSERT_EQ(MotifKinds().size(), kKinds.size());
+  for (std::size_t k = 0; k < kKinds.size(); ++k) EXPECT_EQ(MotifKinds()[k].kind, kKinds[k].kind);
+  EXPECT_EQ(DefaultMotifKinds(),
+            (std::vector<MotifKind>{MotifKind::FeedbackLoop3, MotifKind::FeedbackLoop4,
+                                    MotifKind::FeedforwardLoop3, MotifKind::FeedforwardLoop4,
+                                    MotifKind::Bifan, MotifKind::Scaffold}));
 }
 
 TEST(MotifSearch, SmallNetworksWorkedOutByHand) {

@@ -79,26 +79,20 @@ std::string UnknownEffectMessage(std::string_view effect) {
 
 namespace {
 
-struct FormatEntry {
-  NetworkFormat format;
-  std::string_view name;         // as --format takes it
-  std::string_view description;  // for messages
-};
+constexpr NetworkFormatInfo kFormats[] = {
+    {NetworkFormat::Auto, "auto", "an unknown format", {}},
+    {NetworkFormat::Sig, "sig", "a SIG file", "SIG"},
+    {NetworkFormat::Pairs, "pairs", "a two-column file", "two-column"},
+    {NetworkFormat::PsiMi, "psimi", "PSI-MI XML", "PSI-MI XML"},
+    {NetworkFormat::Mitab, "mitab", "PSI-MI TAB", "PSI-MI TAB"},
+    {NetworkFormat::Table, "table", "a table", "CSV/TSV table"},
+    {NetworkFormat::Sif, "sif", "SIF", "SIF"},
+    {NetworkFormat::Signor, "signor", "a SIGNOR download", "SIGNOR"},
+    {NetworkFormat::OmniPath, "omnipath", "an OmniPath interactions table", "OmniPath"},
+    {NetworkFormat::GraphMl, "graphml", "GraphML", "GraphML"}};
 
-constexpr FormatEntry kFormats[] = {
-    {NetworkFormat::Auto, "auto", "an unknown format"},
-    {NetworkFormat::Sig, "sig", "a SIG file"},
-    {NetworkFormat::Pairs, "pairs", "a two-column file"},
-    {NetworkFormat::PsiMi, "psimi", "PSI-MI XML"},
-    {NetworkFormat::Mitab, "mitab", "PSI-MI TAB"},
-    {NetworkFormat::Table, "table", "a table"},
-    {NetworkFormat::Sif, "sif", "SIF"},
-    {NetworkFormat::Signor, "signor", "a SIGNOR download"},
-    {NetworkFormat::OmniPath, "omnipath", "an OmniPath interactions table"},
-    {NetworkFormat::GraphMl, "graphml", "GraphML"}};
-
-const FormatEntry& EntryOf(NetworkFormat format) {
-  for (const FormatEntry& entry : kFormats) {
+const NetworkFormatInfo& EntryOf(NetworkFormat format) {
+  for (const NetworkFormatInfo& entry : kFormats) {
     if (entry.format == format) return entry;
   }
   return kFormats[0];
@@ -106,8 +100,12 @@ const FormatEntry& EntryOf(NetworkFormat format) {
 
 }  // namespace
 
+std::span<const NetworkFormatInfo> NetworkFormats() {
+  return kFormats;
+}
+
 NetworkFormat ParseNetworkFormat(std::string_view name) {
-  for (const FormatEntry& entry : kFormats) {
+  for (const NetworkFormatInfo& entry : kFormats) {
     if (name == entry.name) return entry.format;
   }
   throw std::invalid_argument("unknown network format: " + std::string(name));
@@ -123,7 +121,7 @@ std::string_view FormatDescription(NetworkFormat format) {
 
 std::vector<std::string> FormatNames() {
   std::vector<std::string> names;
-  for (const FormatEntry& entry : kFormats) names.emplace_back(entry.name);
+  for (const NetworkFormatInfo& entry : kFormats) names.emplace_back(entry.name);
   return names;
 }
 

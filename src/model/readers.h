@@ -22,13 +22,25 @@ namespace tessel {
 // attributes. Auto: chosen by DetectFormat.
 enum class NetworkFormat { Auto, Sig, Pairs, PsiMi, Mitab, Table, Sif, Signor, OmniPath, GraphMl };
 
+// What the program says about one input format.
+struct NetworkFormatInfo {
+  NetworkFormat format;
+  std::string_view name;         // as --format takes it: "sig"
+  std::string_view description;  // in messages: "a SIG file"
+  std::string_view label;        // in the list of readable files: "SIG" (empty for auto)
+};
+
+// Every format, "auto" first; ParseNetworkFormat, FormatName, FormatDescription and
+// FormatNames read this table.
+std::span<const NetworkFormatInfo> NetworkFormats();
+
 // Parses "sig", "pairs", "psimi", "mitab", "table", "sif", "signor", "omnipath", "graphml" or
 // "auto"; throws std::invalid_argument otherwise.
 NetworkFormat ParseNetworkFormat(std::string_view name);
 std::string_view FormatName(NetworkFormat format);
 // The format in words, for messages: "a table with a title line", "GraphML", ...
 std::string_view FormatDescription(NetworkFormat format);
-// Every name ParseNetworkFormat accepts, "auto" first.
+// Every name ParseNetworkFormat accepts, in table order ("auto" first).
 std::vector<std::string> FormatNames();
 
 // Columns of a table file chosen by the user: each a column title (any letter case) or a

@@ -1,6 +1,7 @@
 #include "motifs/motif_pages.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <stdexcept>
@@ -33,27 +34,21 @@ std::string ApproximateCount(double value) {
   return text;
 }
 
-// What the command writes and says for each kind, in the order it processes them.
+// What the command writes for each kind, in the order it processes them.
 struct KindPage {
   MotifKind kind;
-  std::string_view stem;      // page and drawing file stem
-  std::string_view searched;  // "Searching for ... please wait!"
-  std::string_view title;     // link text on the index page
+  std::string_view stem;  // page and drawing file stem
+  std::string_view link;  // link text on the index page when not the kind's title
 };
 
 constexpr KindPage kKindPages[] = {
-    {MotifKind::Scaffold, "scaffolds", "scaffolds", "Scaffold"},
-    {MotifKind::Bifan, "bifans", "bifans", "Bifans"},
-    {MotifKind::FeedbackLoop3, "feedback_loops3", "feedback loops of size 3",
-     "Feedback loops of size 3"},
-    {MotifKind::FeedbackLoop4, "feedback_loops4", "feedback loops of size 4",
-     "Feedback loops of size 4"},
-    {MotifKind::FeedforwardLoop3, "feedforward_loops3", "feedforward loops of size 3",
-     "Feedforward loops of size 3"},
-    {MotifKind::FeedforwardLoop4, "feedforward_loops4", "feedforward loops of size 4",
-     "Feedforward loops of size 4"},
-    {MotifKind::FeedbackLoop5, "feedback_loops5", "feedback loops of size 5",
-     "Feedback loops of size 5"},
+    {MotifKind::Scaffold, "scaffolds", "Scaffold"},
+    {MotifKind::Bifan, "bifans", {}},
+    {MotifKind::FeedbackLoop3, "feedback_loops3", {}},
+    {MotifKind::FeedbackLoop4, "feedback_loops4", {}},
+    {MotifKind::FeedforwardLoop3, "feedforward_loops3", {}},
+    {MotifKind::FeedforwardLoop4, "feedforward_loops4", {}},
+    {MotifKind::FeedbackLoop5, "feedback_loops5", {}},
 };
 
 const KindPage& PageOf(MotifKind kind) {
@@ -61,6 +56,11 @@ const KindPage& PageOf(MotifKind kind) {
     if (page.kind == kind) return page;
   }
   throw std::invalid_argument("no page for this motif kind");
+}
+
+// The kind's name on its page title and index link.
+std::string_view TitleOf(const KindPage& page) {
+  return page.link.empty() ? MotifKindInfoOf(page.kind).title : page.link;
 }
 
 std::size_t DrawingNumberBase(MotifKind kind) {
@@ -83,7 +83,10 @@ std::string_view MotifFileStem(MotifKind kind) {
 }
 
 std::string MotifStatusText(MotifKind kind) {
-  return "Searching for " + std::string(PageOf(kind).searched) + "... please wait!";
+  // "Feedback loops of size 3" becomes "Searching for feedback loops of size 3...".
+  std::string searched(MotifKindInfoOf(kind).title);
+  searched.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(searched.front())));
+  return "Searching for " + searched + "... please wait!";
 }
 
 std::string MotifDot(const Network& network, const ColorShapeTable& colors, const Motif& motif) {
@@ -171,7 +174,7 @@ std::string MotifPage(const Network& network, MotifKind kind, const std::vector<
     page += "</ol>";
   }
   page += "</body></html>";
-  return WithPageContext(std::move(page), context, PageOf(kind).title);
+  return WithPageContext(std::move(page), context, TitleOf(PageOf(kind)));
 }
 
 std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageContext& context) {
@@ -193,7 +196,7 @@ std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageC
     std::string link = "<a href=\"";
     link += kind.stem;
     link += ".htm\">";
-    link += kind.title;
+    link += TitleOf(kind);
     link += "</a>";
     page += link + "<br>";
     table += "<tr><td>" + link + "</td><td>" + std::to_string(r->total()) + "</td>";

@@ -282,23 +282,24 @@ struct KindTraits {
 };
 
 KindTraits TraitsOf(MotifKind kind) {
+  const std::size_t size = MotifSize(kind);
   switch (kind) {
     case MotifKind::FeedbackLoop3:
-      return {3, false, true, {}, "Searching for feedback loops of 3"};
+      return {size, false, true, {}, "Searching for feedback loops of 3"};
     case MotifKind::FeedbackLoop4:
-      return {4, false, true, {}, "Searching for feedback loops of 4"};
+      return {size, false, true, {}, "Searching for feedback loops of 4"};
     case MotifKind::FeedbackLoop5:
-      return {5, false, true, {}, "Searching for feedback loops of 5"};
+      return {size, false, true, {}, "Searching for feedback loops of 5"};
     case MotifKind::FeedforwardLoop3:
-      return {3, false, false, kFfl3Patterns, "Searching for feedforward loops of 3"};
+      return {size, false, false, kFfl3Patterns, "Searching for feedforward loops of 3"};
     case MotifKind::FeedforwardLoop4:
-      return {4, false, false, kFfl4Patterns, "Searching for feedforward loops of 4"};
+      return {size, false, false, kFfl4Patterns, "Searching for feedforward loops of 4"};
     case MotifKind::Bifan:
-      return {4, false, false, kBifanPatterns, "Searching for bifans"};
+      return {size, false, false, kBifanPatterns, "Searching for bifans"};
     case MotifKind::Scaffold:
-      return {3, true, false, {}, "Searching for scaffolds"};
+      return {size, true, false, {}, "Searching for scaffolds"};
   }
-  return {3, false, true, {}, "Searching for motifs"};
+  return {size, false, true, {}, "Searching for motifs"};
 }
 
 int SignOf(const Graph& g, std::span<const std::uint32_t> interactions) {
@@ -550,42 +551,62 @@ class Searcher {
 
 }  // namespace
 
-std::string_view MotifKindName(MotifKind kind) {
-  switch (kind) {
-    case MotifKind::FeedbackLoop3:
-      return "fbl3";
-    case MotifKind::FeedbackLoop4:
-      return "fbl4";
-    case MotifKind::FeedbackLoop5:
-      return "fbl5";
-    case MotifKind::FeedforwardLoop3:
-      return "ffl3";
-    case MotifKind::FeedforwardLoop4:
-      return "ffl4";
-    case MotifKind::Bifan:
-      return "bifan";
-    case MotifKind::Scaffold:
-      return "scaffold";
+namespace {
+
+constexpr MotifKindInfo kMotifKinds[] = {
+    {MotifKind::FeedbackLoop3, "fbl3", "Feedback loops of size 3", 3, true, true},
+    {MotifKind::FeedbackLoop4, "fbl4", "Feedback loops of size 4", 4, true, true},
+    {MotifKind::FeedbackLoop5, "fbl5", "Feedback loops of size 5", 5, true, false},
+    {MotifKind::FeedforwardLoop3, "ffl3", "Feedforward loops of size 3", 3, true, true},
+    {MotifKind::FeedforwardLoop4, "ffl4", "Feedforward loops of size 4", 4, true, true},
+    {MotifKind::Bifan, "bifan", "Bifans", 4, false, true},
+    {MotifKind::Scaffold, "scaffold", "Scaffolds", 3, false, true},
+};
+
+// MotifKindInfoOf indexes the table by the kind's value.
+constexpr bool InEnumOrder() {
+  for (std::size_t k = 0; k < std::size(kMotifKinds); ++k) {
+    if (static_cast<std::size_t>(kMotifKinds[k].kind) != k) return false;
   }
-  return "motif";
+  return true;
+}
+static_assert(InEnumOrder() &&
+              std::size(kMotifKinds) == static_cast<std::size_t>(MotifKind::Scaffold) + 1);
+}  // namespace
+
+std::span<const MotifKindInfo> MotifKinds() {
+  return kMotifKinds;
+}
+
+const MotifKindInfo& MotifKindInfoOf(MotifKind kind) {
+  return kMotifKinds[static_cast<std::size_t>(kind)];
+}
+
+std::vector<MotifKind> DefaultMotifKinds() {
+  std::vector<MotifKind> kinds;
+  for (const MotifKindInfo& info : kMotifKinds) {
+    if (info.isDefault) kinds.push_back(info.kind);
+  }
+  return kinds;
+}
+
+std::string_view MotifKindName(MotifKind kind) {
+  return MotifKindInfoOf(kind).name;
 }
 
 std::optional<MotifKind> ParseMotifKind(std::string_view name) {
-  for (const MotifKind kind :
-       {MotifKind::FeedbackLoop3, MotifKind::FeedbackLoop4, MotifKind::FeedbackLoop5,
-        MotifKind::FeedforwardLoop3, MotifKind::FeedforwardLoop4, MotifKind::Bifan,
-        MotifKind::Scaffold}) {
-    if (MotifKindName(kind) == name) return kind;
+  for (const MotifKindInfo& info : kMotifKinds) {
+    if (info.name == name) return info.kind;
   }
   return std::nullopt;
 }
 
 std::size_t MotifSize(MotifKind kind) {
-  return TraitsOf(kind).size;
+  return MotifKindInfoOf(kind).size;
 }
 
 bool MotifIsSigned(MotifKind kind) {
-  return kind != MotifKind::Bifan && kind != MotifKind::Scaffold;
+  return MotifKindInfoOf(kind).isSigned;
 }
 
 double EstimateMotifCount(const Network& network, MotifKind kind) {

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +33,23 @@ enum class MotifKind {
   Bifan,
   Scaffold,
 };
+
+// What the program says and knows about one motif kind. The command line, the window's
+// motif dialog and the pages all read the one table of these.
+struct MotifKindInfo {
+  MotifKind kind;
+  std::string_view name;   // on the command line and in JSON: "fbl3"
+  std::string_view title;  // in words: "Feedback loops of size 3"
+  std::size_t size;        // number of molecules
+  bool isSigned;           // feedback and feedforward loops: positive and negative
+  bool isDefault;          // searched when no kind is named (all but fbl5)
+};
+
+// Every kind, in MotifKind order.
+std::span<const MotifKindInfo> MotifKinds();
+const MotifKindInfo& MotifKindInfoOf(MotifKind kind);
+// The kinds searched when none is named, in MotifKind order.
+std::vector<MotifKind> DefaultMotifKinds();
 
 // Short names used on the command line and in JSON: fbl3, fbl4, fbl5, ffl3, ffl4, bifan,
 // scaffold.

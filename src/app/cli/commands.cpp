@@ -1,9 +1,11 @@
 #include "app/cli/commands.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <random>
@@ -11,6 +13,7 @@
 
 #include "analysis/statistics.h"
 #include "analysis/validation.h"
+#include "app/cli/cli_options.h"
 #include "app/cli/terminal_progress.h"
 #include "derived/genelist.h"
 #include "derived/shuffle.h"
@@ -20,8 +23,7 @@
 #include "model/readers.h"
 #include "motifs/motif_pages.h"
 #include "output/drawing.h"
-#include "output/exchange.h"
-#include "output/exports.h"
+#include "output/export_formats.h"
 #include "output/matrix.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
@@ -139,6 +141,16 @@ bool UsableOutput(const fs::path& to, bool folderMayBeCreated) {
 
 }  // namespace
 
+Command AddStatsCommand(CLI::App& app) {
+  auto options = std::make_shared<CommonOptions>();
+  CLI::App* command = app.add_subcommand("stats", "network statistics: writes stats.htm");
+  AddCommonOptions(*command, *options);
+  return {command, [options](const std::string& commandLine) {
+            options->commandLine = commandLine;
+            return RunStats(*options);
+          }};
+}
+
 int RunStats(const CommonOptions& options) {
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
@@ -173,6 +185,16 @@ int RunStats(const CommonOptions& options) {
               << "\nStatistics page: " << page.string() << "\n";
   }
   return 0;
+}
+
+Command AddValidateCommand(CLI::App& app) {
+  auto options = std::make_shared<CommonOptions>();
+  CLI::App* command = app.add_subcommand("validate", "conflicting entries: writes validation.htm");
+  AddCommonOptions(*command, *options);
+  return {command, [options](const std::string& commandLine) {
+            options->commandLine = commandLine;
+            return RunValidate(*options);
+          }};
 }
 
 int RunValidate(const CommonOptions& options) {
@@ -217,6 +239,21 @@ int RunValidate(const CommonOptions& options) {
   return 0;
 }
 
+Command AddSaveCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    std::string to;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand("save", "write the network as a SIG file");
+  AddCommonOptions(*command, s->common);
+  command->add_option("--to", s->to, "the SIG file to write")->required();
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunSave(s->common, s->to);
+          }};
+}
+
 int RunSave(const CommonOptions& options, const std::string& to) {
   if (!UsableOutput(to, false)) return 2;
   const Network network = Load(options).network;
@@ -248,6 +285,48 @@ int RunSave(const CommonOptions& options, const std::string& to) {
   return 0;
 }
 
+Command AddMotifsCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    MotifOptions motifs;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "motifs", "feedback and feedforward loops, bifans, scaffolds: writes TESSEL_motifs/");
+  AddCommonOptions(*command, s->common);
+  std::vector<std::string> names, notDefault;
+  for (const MotifKindInfo& kind : MotifKinds()) {
+    names.emplace_back(kind.name);
+    if (!kind.isDefault) notDefault.emplace_back(kind.name);
+  }
+  command
+      ->add_option("--kinds", s->motifs.kinds,
+                   "comma-separated: " + ListText(names, ",", ",") + " (default: all but " +
+                       ListText(notDefault) + ")")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(names));
+  command->add_flag("--no-drawings", s->motifs.noDrawings,
+                    "write the pages without a drawing per motif");
+  command
+      ->add_option("--max-drawings", s->motifs.maxDrawings,
+                   "draw at most N motifs of each kind and list the others by name; 0 draws "
+                   "none (default: 500)")
+      ->check(CLI::NonNegativeNumber);
+  command
+      ->add_option("--max-motifs", s->motifs.maxMotifs,
+                   "refuse a search that could find more than N motifs of one kind, estimated "
+                   "from the links before searching (default: " +
+                       std::to_string(kDefaultMaxMotifs) + ", under 2 GB)")
+      ->check(CLI::NonNegativeNumber);
+  command->add_flag("--force", s->motifs.force, "search even above --max-motifs");
+  command->add_option("--threads", s->motifs.threads, "worker threads (default: all cores)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunMotifs(s->common, s->motifs);
+          }};
+}
+
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
@@ -256,11 +335,7 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   command.force = motifOptions.force;
   command.threads = motifOptions.threads;
   command.context = ContextOf(options);
-  if (motifOptions.kinds.empty()) {
-    command.kinds = {MotifKind::Scaffold,         MotifKind::Bifan,
-                     MotifKind::FeedbackLoop3,    MotifKind::FeedbackLoop4,
-                     MotifKind::FeedforwardLoop3, MotifKind::FeedforwardLoop4};
-  }
+  if (motifOptions.kinds.empty()) command.kinds = DefaultMotifKinds();
   for (const std::string& name : motifOptions.kinds) {
     const auto kind = ParseMotifKind(name);
     if (!kind) throw std::invalid_argument("unknown motif kind: " + name);
@@ -302,6 +377,26 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   return 0;
 }
 
+Command AddDrawCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    std::string base = "network";
+    bool force = false;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "draw", "the whole network drawn with Graphviz: writes NAME.dot, NAME.jpg, NAME.svg");
+  AddCommonOptions(*command, s->common);
+  command->add_option("--base", s->base, "base name of the files (default: network)");
+  command->add_flag("--force", s->force,
+                    "draw a network of more than " + std::to_string(kLargeDrawingMolecules) +
+                        " molecules (it can take long)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunDraw(s->common, s->base, s->force);
+          }};
+}
+
 int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
   // The name and the size are checked before the colours table is written.
   if (!IsPlainFileName(base)) {
@@ -341,39 +436,41 @@ int RunDraw(const CommonOptions& options, const std::string& base, bool force) {
   return 0;
 }
 
+Command AddExportCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    std::string format, to;
+  };
+  auto s = std::make_shared<State>();
+  // The files for other tools first, then the exchange formats that carry every field.
+  std::vector<std::string> names, tools, exchange;
+  for (const ExportFormatInfo& format : ExportFormats()) {
+    names.emplace_back(format.name);
+    (format.format ? tools : exchange).emplace_back(format.purpose);
+  }
+  CLI::App* command = app.add_subcommand("export", "files for " + ListText(tools, ", ", ", ") +
+                                                       ", or the network with every field as " +
+                                                       ListText(exchange));
+  command->add_option("FORMAT", s->format, ListText(names))
+      ->required()
+      ->check(CLI::IsMember(names));
+  AddCommonOptions(*command, s->common);
+  command->add_option("--to", s->to, "the file to write (default: in the output folder)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunExport(s->common, s->format, s->to);
+          }};
+}
+
 int RunExport(const CommonOptions& options, const std::string& format, std::string to) {
-  // The files for other tools written from the network alone, and the exchange formats that
-  // carry every field (colours and shapes from the colours table).
-  struct Choice {
-    const char* name;
-    std::optional<ExportFormat> format;
-    std::optional<ExchangeFormat> exchange;
-    const char* defaultFile;
-  };
-  static const Choice choices[] = {
-      {"pajek", ExportFormat::Pajek, std::nullopt, "network.net"},
-      {"mfinder", ExportFormat::Mfinder, std::nullopt, "input_for_mfinder.txt"},
-      {"sif", ExportFormat::Sif, std::nullopt, "network4cytoscape.sif"},
-      {"big-cluster", ExportFormat::BigCluster, std::nullopt, "big_cluster.sig"},
-      {"graphml", std::nullopt, ExchangeFormat::GraphMl, "network.graphml"},
-      {"table", std::nullopt, ExchangeFormat::Table, "network.csv"},
-      {"signed-sif", std::nullopt, ExchangeFormat::SignedSif, "network_signed.sif"},
-      {"cx2", std::nullopt, ExchangeFormat::Cx2, "network.cx2"},
-  };
-  const auto* choice = std::find_if(std::begin(choices), std::end(choices),
-                                    [&](const Choice& c) { return format == c.name; });
-  if (choice == std::end(choices)) throw std::invalid_argument("unknown export format: " + format);
+  const ExportFormatInfo* choice = FindExportFormat(format);
+  if (choice == nullptr) throw std::invalid_argument("unknown export format: " + format);
   const bool given = !to.empty();
   if (!given) to = (fs::path(options.output) / choice->defaultFile).string();
   if (!UsableOutput(to, !given)) return 2;
   const Loaded loaded = Load(options);
-  std::vector<fs::path> written;
-  if (choice->format) {
-    written = WriteExport(loaded.network, *choice->format, to);
-  } else {
-    WriteExchange(loaded.network, loaded.colors, *choice->exchange, to);
-    written.push_back(to);
-  }
+  const std::vector<fs::path> written =
+      WriteExportFormat(loaded.network, loaded.colors, *choice, to);
   if (options.json) {
     Json files = Json::array();
     for (const fs::path& f : written) files.push_back(f.string());
@@ -382,6 +479,24 @@ int RunExport(const CommonOptions& options, const std::string& format, std::stri
     for (const fs::path& f : written) std::cout << "Wrote " << f.string() << "\n";
   }
   return 0;
+}
+
+Command AddMatrixCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    std::string to;
+    int size = 510;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand("matrix", "the interactions matrix as a PNG image");
+  AddCommonOptions(*command, s->common);
+  command->add_option("--to", s->to, "the PNG file (default: interactions_matrix.png)");
+  command->add_option("--size", s->size, "image width and height in pixels")
+      ->check(CLI::Range(16, 8192));
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunMatrix(s->common, s->to, s->size);
+          }};
 }
 
 int RunMatrix(const CommonOptions& options, std::string to, int size) {
@@ -414,6 +529,60 @@ std::string RouteText(const Network& network, const Route& route) {
 }
 
 }  // namespace
+
+Command AddPathwaysCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    PathwayOptions pathways;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "pathways", "pathway maps from source to target molecules: writes TESSEL_pg/");
+  AddCommonOptions(*command, s->common);
+  command
+      ->add_option("--source", s->pathways.sources,
+                   "source condition KIND=VALUE, KIND one of Type, Location, Name; up to four, "
+                   "any may match (default: Type=Ligand)")
+      ->allow_extra_args(false)
+      ->check(kConditionCheck);
+  command
+      ->add_option("--target", s->pathways.targets,
+                   "target condition KIND=VALUE; up to four, any may match (default: Type=TF)")
+      ->allow_extra_args(false)
+      ->check(kConditionCheck);
+  CLI::Option* maxSteps =
+      command
+          ->add_option("--max-steps", s->pathways.maxSteps,
+                       "most molecules on a path, both ends counted (default: 9; with --easy "
+                       "it bounds the routes listed, the map keeps 8)")
+          ->check(CLI::Range(2, 1000));
+  command
+      ->add_option("--max-size", s->pathways.maxSize,
+                   "map-size threshold in interactions (default: 70)")
+      ->check(CLI::Range(1, 1000000));
+  command->add_flag("--direct-only", s->pathways.directOnly,
+                    "include only direct interactions (neutral links are not walked)");
+  CLI::Option* easy =
+      command
+          ->add_option("--easy", s->pathways.easy,
+                       "SOURCE TARGET: one source and one target by name, 8 steps, size 50; "
+                       "also lists the routes from SOURCE to TARGET")
+          ->expected(2);
+  command->add_option("--threads", s->pathways.threads, "worker threads (default: all)");
+  return {
+      command, [s, maxSteps, easy](const std::string& commandLine) {
+        PathwayOptions& p = s->pathways;
+        if (p.sources.size() > 4 || p.targets.size() > 4) {
+          throw UsageError("at most four --source and four --target conditions");
+        }
+        if (*easy && (!p.sources.empty() || !p.targets.empty())) {
+          throw UsageError("--easy names its source and target; leave out --source and --target");
+        }
+        p.maxStepsGiven = maxSteps->count() > 0;
+        s->common.commandLine = commandLine;
+        return RunPathways(s->common, p);
+      }};
+}
 
 int RunPathways(const CommonOptions& options, const PathwayOptions& pathwayOptions) {
   const Network network = LoadNetworkOf(options);
@@ -560,6 +729,48 @@ Json FigureRowJson(const std::vector<std::string>& titles, const std::vector<dou
 
 }  // namespace
 
+Command AddShuffleCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    ShuffleOptions shuffle;
+    std::uint64_t seed = 0;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "shuffle", "shuffled and random networks, analysed: writes TESSEL_shuffled_nets/");
+  AddCommonOptions(*command, s->common);
+  command
+      ->add_option("--kind", s->shuffle.kind,
+                   "swap (swap targets, keeps degrees), effects (shuffle effects) or er "
+                   "(Erdos-Renyi); default: swap")
+      ->check(CLI::IsMember({"swap", "effects", "er"}));
+  command->add_option("--count", s->shuffle.count, "how many networks (default: 100)")
+      ->check(CLI::Range(1, 1000000));
+  command->add_flag("--one-island", s->shuffle.oneIsland,
+                    "keep only networks of one island (swap and er)");
+  command
+      ->add_option("--island-tries", s->shuffle.islandTries,
+                   "tries per network before --one-island gives up (default: 100)")
+      ->check(CLI::Range(1, 1000000));
+  command
+      ->add_option("--analyze", s->shuffle.analyze,
+                   "comma-separated: clustering, motifs34, motifs5, or none "
+                   "(default: clustering)")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember({"clustering", "motifs34", "motifs5", "none"}));
+  command->add_option("--passes", s->shuffle.passes, "swap passes (default: 10)")
+      ->check(CLI::Range(1, 100000));
+  CLI::Option* seed =
+      command->add_option("--seed", s->seed, "random seed (default: a random one, reported)");
+  command->add_option("--threads", s->shuffle.threads, "worker threads (default: all)");
+  return {command, [s, seed](const std::string& commandLine) {
+            if (*seed) s->shuffle.seed = s->seed;
+            s->common.commandLine = commandLine;
+            return RunShuffle(s->common, s->shuffle);
+          }};
+}
+
 int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOptions) {
   ShuffleSettings settings;
   settings.kind = ParseShuffleKind(shuffleOptions.kind);
@@ -606,6 +817,22 @@ int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOption
   return 0;
 }
 
+Command AddReduceCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    unsigned threads = 0;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "reduce", "sub-networks without hubs (4 to 50 links), analysed: writes TESSEL_reduced/");
+  AddCommonOptions(*command, s->common);
+  command->add_option("--threads", s->threads, "worker threads (default: all)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunReduce(s->common, s->threads);
+          }};
+}
+
 int RunReduce(const CommonOptions& options, unsigned threads) {
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
@@ -628,6 +855,33 @@ int RunReduce(const CommonOptions& options, unsigned threads) {
               << "\n";
   }
   return 0;
+}
+
+Command AddPropagateCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    PropagateOptions propagate;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "propagate",
+      "sub-networks grown step by step from source molecules: writes TESSEL_from_sources/");
+  AddCommonOptions(*command, s->common);
+  command
+      ->add_option("--condition", s->propagate.condition,
+                   "the sources: Type=VALUE, Location=VALUE or Name=VALUE")
+      ->required()
+      ->check(kConditionCheck);
+  command->add_option("--steps", s->propagate.steps, "largest number of steps (default: 15)")
+      ->check(CLI::Range(1, 100000));
+  command
+      ->add_option("--direction", s->propagate.direction, "forward or reverse (default: forward)")
+      ->check(CLI::IsMember({"forward", "reverse"}, CLI::ignore_case));
+  command->add_option("--threads", s->propagate.threads, "worker threads (default: all)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunPropagate(s->common, s->propagate);
+          }};
 }
 
 int RunPropagate(const CommonOptions& options, const PropagateOptions& propagateOptions) {
@@ -685,6 +939,26 @@ HttpSettings Http(const ServiceOptions& o) {
 
 }  // namespace
 
+Command AddWebsiteCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    WebsiteOptions website;
+    ServiceOptions services;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "website", "a browsable web site with drawings and references: writes TESSEL_website/");
+  AddCommonOptions(*command, s->common);
+  command->add_flag("--offline", s->website.offline,
+                    "PubMed records from the cache only (no download)");
+  command->add_option("--threads", s->website.threads, "worker threads (default: all)");
+  AddServiceOptions(*command, s->services, true);
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunWebsite(s->common, s->website, s->services);
+          }};
+}
+
 int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOptions,
                const ServiceOptions& serviceOptions) {
   const Loaded loaded = Load(options);
@@ -717,6 +991,40 @@ int RunWebsite(const CommonOptions& options, const WebsiteOptions& websiteOption
               << (settings.offline ? " (offline)" : "") << "\n";
   }
   return 0;
+}
+
+// The gene list command reads no network file: of the common options it takes only the
+// output folder, --json and --quiet.
+Command AddGeneListCommand(CLI::App& app) {
+  struct State {
+    CommonOptions common;
+    GeneListOptions genes;
+    ServiceOptions services;
+  };
+  auto s = std::make_shared<State>();
+  CLI::App* command = app.add_subcommand(
+      "genelist", "the sub-network connecting a list of genes in a reference network");
+  command->add_option("GENES", s->genes.genes, "text file of gene or protein names")
+      ->required()
+      ->check(CLI::ExistingFile);
+  command->add_option("--reference", s->genes.reference,
+                      "reference network, a file or an http(s) URL "
+                      "(default: TESSEL_REFERENCE_URL)");
+  command
+      ->add_option("--intermediates", s->genes.intermediates,
+                   "most molecules between two listed ones: 1, 2 or 3 (default: 1)")
+      ->check(CLI::Range(1, 3));
+  command->add_option("--to", s->genes.to,
+                      "the SIG file to write (default: subnetwork.sig in the output folder)");
+  command->add_option("-o,--output", s->common.output,
+                      "folder for the results (default: the current folder)");
+  command->add_flag("--json", s->common.json, "print a machine-readable result on stdout");
+  command->add_flag("-q,--quiet", s->common.quiet, "no progress or notes on stderr");
+  AddServiceOptions(*command, s->services, false);
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunGeneList(s->common, s->genes, s->services);
+          }};
 }
 
 int RunGeneList(const CommonOptions& options, const GeneListOptions& geneOptions,

@@ -4,13 +4,41 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "model/readers.h"
 
+namespace CLI {
+class App;
+}
+
 namespace tessel::cli {
+
+// A sub-command set up on the command line: its parser, and how to run it once the
+// command line is parsed (given the command line as typed, which its pages show). The
+// options live in a state the run holds; checks that need several options run first.
+struct Command {
+  CLI::App* parser = nullptr;
+  std::function<int(const std::string& commandLine)> run;
+};
+
+// Each adds one sub-command with its options to `app`, in the order of the help.
+Command AddStatsCommand(CLI::App& app);
+Command AddValidateCommand(CLI::App& app);
+Command AddSaveCommand(CLI::App& app);
+Command AddMotifsCommand(CLI::App& app);
+Command AddDrawCommand(CLI::App& app);
+Command AddExportCommand(CLI::App& app);
+Command AddMatrixCommand(CLI::App& app);
+Command AddPathwaysCommand(CLI::App& app);
+Command AddShuffleCommand(CLI::App& app);
+Command AddReduceCommand(CLI::App& app);
+Command AddPropagateCommand(CLI::App& app);
+Command AddWebsiteCommand(CLI::App& app);
+Command AddGeneListCommand(CLI::App& app);
 
 // Options shared by every command.
 struct CommonOptions {
@@ -38,8 +66,8 @@ struct MotifOptions {
 };
 int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);
 
-// Refuses (a usage error, exit status 2) to draw a network of more than kLargeDrawingMolecules molecules
-// unless `force` is set.
+// Refuses (a usage error, exit status 2) to draw a network of more than kLargeDrawingMolecules
+// molecules unless `force` is set.
 int RunDraw(const CommonOptions& options, const std::string& base, bool force);
 int RunExport(const CommonOptions& options, const std::string& format, std::string to);
 int RunMatrix(const CommonOptions& options, std::string to, int size);

@@ -90,19 +90,13 @@ MotifChoicesDialog::MotifChoicesDialog(QWidget* parent) : QDialog(parent) {
   setWindowTitle(tr("Find an display network motifs"));
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(new QLabel(tr("Select the types of motifs for the search:"), this));
-  const std::pair<MotifKind, QString> offered[] = {
-      {MotifKind::FeedbackLoop3, tr("Feedback loops of size 3")},
-      {MotifKind::FeedbackLoop4, tr("Feedback loops of size 4")},
-      {MotifKind::FeedforwardLoop3, tr("Feedforward loops of size 3")},
-      {MotifKind::FeedforwardLoop4, tr("Feedforward loops of size 4")},
-      {MotifKind::Bifan, tr("Bifans")},
-      {MotifKind::Scaffold, tr("Scaffolds")},
-  };
-  for (const auto& [kind, text] : offered) {
-    auto* box = new QCheckBox(text, this);
+  // The dialog offers the kinds searched by default, under their titles.
+  for (const MotifKindInfo& kind : MotifKinds()) {
+    if (!kind.isDefault) continue;
+    auto* box = new QCheckBox(Q(std::string(kind.title)), this);
     box->setChecked(true);
     layout->addWidget(box);
-    choices_.push_back({kind, box});
+    choices_.push_back({kind.kind, box});
   }
   layout->addWidget(Buttons(this, tr("OK"), tr("Cancel"), &ok_));
   // A search for nothing would only write an empty index page.
