@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 
 // Starts tessel in `dir` with stdout and stderr going to files there.
 pid_t StartTessel(const test::ScratchDir& dir, std::vector<std::string> args) {
-  args.insert(args.begin(), TESSEL_CLI_PATH);
-  std::vector<char*> argv;
+  std::string program = TESSEL_CLI_PATH;
+  std::vector<char*> argv{program.data()};
   for (std::string& a : args) argv.push_back(a.data());
   argv.push_back(nullptr);
   posix_spawn_file_actions_t actions;
