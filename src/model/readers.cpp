@@ -80,16 +80,17 @@ std::string UnknownEffectMessage(std::string_view effect) {
 namespace {
 
 constexpr NetworkFormatInfo kFormats[] = {
-    {NetworkFormat::Auto, "auto", "an unknown format", {}},
-    {NetworkFormat::Sig, "sig", "a SIG file", "SIG"},
-    {NetworkFormat::Pairs, "pairs", "a two-column file", "two-column"},
-    {NetworkFormat::PsiMi, "psimi", "PSI-MI XML", "PSI-MI XML"},
-    {NetworkFormat::Mitab, "mitab", "PSI-MI TAB", "PSI-MI TAB"},
-    {NetworkFormat::Table, "table", "a table", "CSV/TSV table"},
-    {NetworkFormat::Sif, "sif", "SIF", "SIF"},
-    {NetworkFormat::Signor, "signor", "a SIGNOR download", "SIGNOR"},
-    {NetworkFormat::OmniPath, "omnipath", "an OmniPath interactions table", "OmniPath"},
-    {NetworkFormat::GraphMl, "graphml", "GraphML", "GraphML"}};
+    {NetworkFormat::Auto, "auto", "an unknown format", {}, {}},
+    {NetworkFormat::Sig, "sig", "a SIG file", "SIG", "*.sig"},
+    {NetworkFormat::Pairs, "pairs", "a two-column file", "two-column", "*.txt"},
+    {NetworkFormat::PsiMi, "psimi", "PSI-MI XML", "PSI-MI XML", "*.xml"},
+    {NetworkFormat::Mitab, "mitab", "PSI-MI TAB", "PSI-MI TAB", "*.txt *.tsv *.mitab"},
+    {NetworkFormat::Table, "table", "a table", "CSV/TSV table", "*.csv *.tsv *.txt"},
+    {NetworkFormat::Sif, "sif", "SIF", "SIF", "*.sif"},
+    {NetworkFormat::Signor, "signor", "a SIGNOR download", "SIGNOR", "*.tsv *.txt *.csv"},
+    {NetworkFormat::OmniPath, "omnipath", "an OmniPath interactions table", "OmniPath",
+     "*.tsv *.txt"},
+    {NetworkFormat::GraphMl, "graphml", "GraphML", "GraphML", "*.graphml *.xml"}};
 
 const NetworkFormatInfo& EntryOf(NetworkFormat format) {
   for (const NetworkFormatInfo& entry : kFormats) {

@@ -28,6 +28,7 @@ struct NetworkFormatInfo {
   std::string_view name;         // as --format takes it: "sig"
   std::string_view description;  // in messages: "a SIG file"
   std::string_view label;        // in the list of readable files: "SIG" (empty for auto)
+  std::string_view patterns;     // file names it usually comes in, for open dialogs: "*.sig"
 };
 
 // Every format, "auto" first; ParseNetworkFormat, FormatName, FormatDescription and

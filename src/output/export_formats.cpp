@@ -1,5 +1,7 @@
 #include "output/export_formats.h"
 
+#include <cctype>
+
 namespace tessel {
 namespace {
 
@@ -32,6 +34,19 @@ std::vector<std::string> ExportFormatNames() {
   std::vector<std::string> names;
   for (const ExportFormatInfo& format : kExportFormats) names.emplace_back(format.name);
   return names;
+}
+
+const ExportFormatInfo* ExchangeFormatForFile(const std::filesystem::path& path) {
+  std::string extension = path.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  if (extension == ".cx" || extension == ".json") return FindExportFormat("cx2");
+  for (const ExportFormatInfo& format : kExportFormats) {
+    if (format.exchange &&
+        std::filesystem::path(format.defaultFile).extension().string() == extension) {
+      return &format;
+    }
+  }
+  return nullptr;
 }
 
 std::vector<std::filesystem::path> WriteExportFormat(const Network& network,

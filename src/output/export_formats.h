@@ -31,6 +31,9 @@ std::span<const ExportFormatInfo> ExportFormats();
 // The format of that name, or nullptr.
 const ExportFormatInfo* FindExportFormat(std::string_view name);
 std::vector<std::string> ExportFormatNames();
+// The exchange format (GraphML, table, signed SIF, CX2) whose default file has the extension
+// of `path` (".cx" and ".json" also mean CX2), or nullptr.
+const ExportFormatInfo* ExchangeFormatForFile(const std::filesystem::path& path);
 
 // Writes the network in `format` to `path`; returns the files written (MFinder's names.txt
 // too). Throws OutputError on failure.

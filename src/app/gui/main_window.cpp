@@ -31,6 +31,7 @@
 #include "net/services.h"
 #include "output/drawing.h"
 #include "output/exchange.h"
+#include "output/export_formats.h"
 #include "output/exports.h"
 #include "output/matrix.h"
 #include "output/page_context.h"
@@ -50,6 +51,11 @@ namespace tessel::gui {
 namespace fs = std::filesystem;
 
 namespace {
+
+// The file name `tessel export NAME` writes by default, from the export table.
+QString DefaultExportFile(std::string_view name) {
+  return QString::fromStdString(std::string(FindExportFormat(name)->defaultFile));
+}
 
 fs::path Path(const QString& s) {
   return fs::path(s.toStdString());
@@ -516,12 +522,20 @@ void MainWindow::restartViewer() {
 // ----- loading -----
 
 void MainWindow::loadSigNetwork() {
-  const QString file = prompts_.openFileName(
-      this, tr("Load SIG file network..."), dialogFolder(),
-      tr("Network files (*.sig *.txt *.tsv *.csv *.sif *.graphml *.xml);;SIG files (*.sig);;"
-         "Tables: CSV, TSV, SIGNOR, OmniPath (*.csv *.tsv *.txt);;SIF files (*.sif);;"
-         "GraphML files (*.graphml *.xml);;PSI-MI XML files (*.xml);;"
-         "PSI-MI TAB files (*.txt *.tsv);;All files (*)"));
+  // One filter for every readable file, then one per format, from the readers' table.
+  QStringList all, each;
+  for (const NetworkFormatInfo& format : NetworkFormats()) {
+    if (format.patterns.empty()) continue;
+    const QString patterns = Q(std::string(format.patterns));
+    each << QString("%1 (%2)").arg(Q(std::string(format.label)), patterns);
+    for (const QString& pattern : patterns.split(' ')) {
+      if (!all.contains(pattern)) all << pattern;
+    }
+  }
+  const QString filters =
+      tr("Network files (%1)").arg(all.join(' ')) + ";;" + each.join(";;") + tr(";;All files (*)");
+  const QString file =
+      prompts_.openFileName(this, tr("Load SIG file network..."), dialogFolder(), filters);
   if (!file.isEmpty()) loadNetwork(file, NetworkFormat::Auto);
 }
 
@@ -695,9 +709,10 @@ void MainWindow::validateAll() {
 }
 
 void MainWindow::exportPajek() {
-  const QString file = prompts_.saveFileName(this, tr("Create .net file for Pajek"),
-                                             QDir(outputFolder()).filePath("network.net"),
-                                             tr("Pajek networks (*.net);;All files (*)"));
+  const QString file =
+      prompts_.saveFileName(this, tr("Create .net file for Pajek"),
+                            QDir(outputFolder()).filePath(DefaultExportFile("pajek")),
+                            tr("Pajek networks (*.net);;All files (*)"));
   if (file.isEmpty()) return;
   guarded(tr("Error!"), [&] {
     WriteExport(*network_, ExportFormat::Pajek, Path(file));
@@ -708,9 +723,10 @@ void MainWindow::exportPajek() {
 }
 
 void MainWindow::exportMfinder() {
-  const QString file = prompts_.saveFileName(this, tr("Create file for MFinder"),
-                                             QDir(outputFolder()).filePath("input_for_mfinder.txt"),
-                                             tr("Text files (*.txt);;All files (*)"));
+  const QString file =
+      prompts_.saveFileName(this, tr("Create file for MFinder"),
+                            QDir(outputFolder()).filePath(DefaultExportFile("mfinder")),
+                            tr("Text files (*.txt);;All files (*)"));
   if (file.isEmpty()) return;
   guarded(tr("Error!"), [&] {
     const std::vector<fs::path> written = WriteExport(*network_, ExportFormat::Mfinder, Path(file));
@@ -723,7 +739,7 @@ void MainWindow::exportMfinder() {
 }
 
 void MainWindow::exportCytoscape() {
-  const QString file = QDir(outputFolder()).filePath("network4cytoscape.sif");
+  const QString file = QDir(outputFolder()).filePath(DefaultExportFile("sif"));
   guarded(tr("Error!"), [&] {
     WriteExport(*network_, ExportFormat::Sif, Path(file));
     setStatus(tr("Wrote %1.").arg(file));
@@ -735,9 +751,10 @@ void MainWindow::exportCytoscape() {
 }
 
 void MainWindow::dumpBigCluster() {
-  const QString file = prompts_.saveFileName(this, tr("Dump the big cluster"),
-                                             QDir(outputFolder()).filePath("big_cluster.sig"),
-                                             tr("SIG files (*.sig);;All files (*)"));
+  const QString file =
+      prompts_.saveFileName(this, tr("Dump the big cluster"),
+                            QDir(outputFolder()).filePath(DefaultExportFile("big-cluster")),
+                            tr("SIG files (*.sig);;All files (*)"));
   if (file.isEmpty()) return;
   guarded(tr("Error!"), [&] {
     WriteExport(*network_, ExportFormat::BigCluster, Path(file));
@@ -748,18 +765,21 @@ void MainWindow::dumpBigCluster() {
 }
 
 void MainWindow::exportExchange() {
-  const QString file =
-      prompts_.saveFileName(this, tr("Export GraphML, table, signed SIF or CX2..."),
-                            QDir(outputFolder()).filePath("network.graphml"),
-                            tr("GraphML (*.graphml);;CSV edge table (*.csv);;Signed SIF (*.sif);;"
-                               "CX2 for NDEx and Cytoscape (*.cx2);;All files (*)"));
+  QStringList filters;
+  for (const ExportFormatInfo& format : ExportFormats()) {
+    if (!format.exchange) continue;
+    const QString extension = Q(fs::path(format.defaultFile).extension().string());
+    filters << QString("%1 (*%2)").arg(Q(std::string(format.purpose)), extension);
+  }
+  filters << tr("All files (*)");
+  const QString file = prompts_.saveFileName(
+      this, tr("Export GraphML, table, signed SIF or CX2..."),
+      QDir(outputFolder()).filePath(DefaultExportFile("graphml")), filters.join(";;"));
   if (file.isEmpty()) return;
-  // The format follows the file name's extension, as in the dialog's filters.
-  const QString suffix = QFileInfo(file).suffix().toLower();
-  ExchangeFormat format = ExchangeFormat::GraphMl;
-  if (suffix == "csv") format = ExchangeFormat::Table;
-  if (suffix == "sif") format = ExchangeFormat::SignedSif;
-  if (suffix == "cx2" || suffix == "cx" || suffix == "json") format = ExchangeFormat::Cx2;
+  // The format follows the file name's extension, as in the dialog's filters; GraphML when
+  // the extension is none of them.
+  const ExportFormatInfo* chosen = ExchangeFormatForFile(Path(file));
+  const ExchangeFormat format = chosen ? *chosen->exchange : ExchangeFormat::GraphMl;
   guarded(tr("Error!"), [&] {
     WriteExchange(*network_, *colors_, format, Path(file));
     setStatus(tr("Wrote %1.").arg(file));
