@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the dependencies, builds TESSEL and runs the whole test suite: once in the
-# optimised build, once under AddressSanitizer and UndefinedBehaviorSanitizer, then a short
-# run of every fuzz target.
+# optimised build, once under AddressSanitizer and UndefinedBehaviorSanitizer, once under
+# ThreadSanitizer (without the tests that start the embedded browser), then a short run of
+# every fuzz target.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,6 +17,12 @@ if [ "${TESSEL_SKIP_ASAN:-0}" != 1 ]; then
   cmake --preset asan
   cmake --build --preset asan -j "$jobs"
   ctest --preset asan
+fi
+
+if [ "${TESSEL_SKIP_TSAN:-0}" != 1 ]; then
+  cmake --preset tsan
+  cmake --build --preset tsan -j "$jobs"
+  ctest --preset tsan
 fi
 
 # A short run of every libFuzzer target on its seed corpus (clang, ASan+UBSan); longer runs
