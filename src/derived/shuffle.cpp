@@ -14,6 +14,7 @@
 #include "util/error.h"
 #include "util/files.h"
 #include "util/parallel.h"
+#include "util/rank_group.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -57,6 +58,98 @@ std::vector<SigRow> Generate(const Network& network, const ShuffleSettings& sett
 std::string CountText(std::string_view verb, int done, int count) {
   return std::string(verb) + " " + std::to_string(done) + " random networks out of " +
          std::to_string(count);
+}
+
+// One random network as made: its SIG text and, once read back, the network.
+struct MadeNetwork {
+  std::string text;
+  std::optional<Network> readBack;
+};
+
+// Makes network `index` (1-based) from its own generator; with `oneIsland`, draws again
+// until it is one island or the tries run out.
+MadeNetwork MakeRandomNetwork(const Network& network, const ShuffleSettings& settings, int index,
+                              bool oneIsland, const fs::path& file, Progress& worker) {
+  const std::string fileName = file.string();
+  std::mt19937_64 random = NetworkRandom(settings.seed, index);
+  MadeNetwork made;
+  for (int tries = 1;; ++tries) {
+    ThrowIfCancelled(worker);
+    made.text = SigRowsText(Generate(network, settings, random));
+    if (!oneIsland) break;
+    made.readBack.emplace(ReadSigText(made.text, fileName));
+    if (FindIslands(*made.readBack).count == 1) break;
+    if (tries >= settings.islandTries) {
+      throw std::runtime_error("random network " + std::to_string(index) + " (" +
+                               ShuffledFileName(settings.kind, index) +
+                               "): no network of one island was found in " +
+                               std::to_string(settings.islandTries) + " tries");
+    }
+  }
+  return made;
+}
+
+std::vector<double> AnalyzeRandomNetwork(MadeNetwork& made, const ShuffleSettings& settings,
+                                         const fs::path& file, Progress& worker) {
+  if (!made.readBack) made.readBack.emplace(ReadSigText(made.text, file.string()));
+  return ComputeFigures(*made.readBack, settings.columns, worker, 1).values;
+}
+
+// At most this many networks are in flight per round over all ranks: rank 0 holds their
+// SIG texts between the gather and the writing (a few MB each for a large network).
+constexpr std::size_t kNetworksPerRound = 256;
+
+// The networks spread over the ranks of a group, in rounds: in each, every rank makes and
+// analyses a contiguous block of networks on its threads, then rank 0 gathers their texts
+// and figures, writes the files and reports the counts. The files and figures are those of
+// one process, since each network comes from its own generator.
+void RunOnRanks(const Network& network, const ShuffleSettings& settings, bool oneIsland,
+                bool analyze, RankGroup& group, Progress& progress, ShuffleResult& result) {
+  const std::size_t count = result.files.size();
+  // Rank 0 decides the round size, so every rank splits the rounds alike.
+  std::string perRankText = std::to_string(std::clamp<std::size_t>(
+      2 * ResolveThreads(settings.threads), 1,
+      std::max<std::size_t>(1, kNetworksPerRound / static_cast<std::size_t>(group.size()))));
+  group.broadcast(perRankText);
+  const std::size_t round = std::stoul(perRankText) * static_cast<std::size_t>(group.size());
+  const unsigned threads = ResolveThreads(settings.threads);
+  for (std::size_t first = 0; first < count; first += round) {
+    const std::size_t last = std::min(count, first + round);
+    const auto makeOne = [&](std::size_t item, ParallelWorker& worker) {
+      const int index = static_cast<int>(item) + 1;
+      MadeNetwork made =
+          MakeRandomNetwork(network, settings, index, oneIsland, result.files[item], worker);
+      BlobWriter out;
+      out.text(made.text);
+      if (analyze) {
+        for (const double v : AnalyzeRandomNetwork(made, settings, result.files[item], worker)) {
+          out.f64(v);
+        }
+      }
+      return std::move(out.blob());
+    };
+    const std::vector<std::string> blobs =
+        DistributedFor(group, first, last, threads, progress, makeOne);
+    RunAgreed(group, [&] {
+      if (!group.lead()) return;
+      for (std::size_t k = 0; k < blobs.size(); ++k) {
+        ThrowIfCancelled(progress);
+        BlobReader in(blobs[k]);
+        WriteFileAtomically(result.files[first + k], in.text());
+        if (analyze) {
+          std::vector<double>& values = result.random[first + k];
+          while (!in.atEnd()) values.push_back(in.f64());
+        }
+        const int done = static_cast<int>(first + k + 1);
+        progress.report(first + k + 1, count, CountText("Created", done, static_cast<int>(count)));
+      }
+      if (!analyze) return;
+      for (std::size_t item = first; item < last; ++item) {
+        const int done = static_cast<int>(item + 1);
+        progress.report(item + 1, count, CountText("Analyzed", done, static_cast<int>(count)));
+      }
+    });
+  }
 }
 
 // Where a column's value is taken from, for the comparison of the "CPL" column.
@@ -301,6 +394,12 @@ std::mt19937_64 NetworkRandom(std::uint64_t seed, int index) {
 
 ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,
                                 const fs::path& outputDir, Progress& progress) {
+  SingleRank one;
+  return RunShuffleCommand(network, settings, outputDir, progress, one);
+}
+
+ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,
+                                const fs::path& outputDir, Progress& progress, RankGroup& group) {
   const bool oneIsland = settings.maintainOneIsland && settings.kind != ShuffleKind::ShuffleEffects;
   if (settings.passes < 0) throw std::invalid_argument("the number of swap passes is negative");
   if (oneIsland && settings.islandTries < 1) {
@@ -315,7 +414,9 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
   const bool analyze = settings.analyze && settings.columns.any();
   ShuffleResult result;
   result.folder = outputDir / kShuffledFolder;
-  CreateFolder(result.folder);
+  RunAgreed(group, [&] {
+    if (group.lead()) CreateFolder(result.folder);
+  });
   result.files.reserve(static_cast<std::size_t>(count));
   for (int i = 1; i <= count; ++i) {
     result.files.push_back(result.folder / ShuffledFileName(settings.kind, i));
@@ -326,10 +427,13 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
 
   if (analyze) {
     result.titles = FigureTitles(settings.columns);
+    result.random.resize(static_cast<std::size_t>(count));
+  }
+  // Only rank 0 compares and writes; the others leave the user's figures out.
+  if (analyze && group.lead()) {
     SilentProgress silent(progress);
     result.networkValues =
         ComputeFigures(network, settings.columns, silent, settings.threads).values;
-    result.random.resize(static_cast<std::size_t>(count));
   }
 
   // The workers count the networks made and analysed; the calling thread reports every
@@ -350,44 +454,32 @@ ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& s
                       CountText("Analyzed", analyzedShown, count));
     }
   };
-  const auto makeOne = [&](std::size_t item, ParallelWorker& worker) {
-    const int index = static_cast<int>(item) + 1;
-    const fs::path& file = result.files[item];
-    const std::string fileName = file.string();
-    std::mt19937_64 random = NetworkRandom(settings.seed, index);
-    std::string text;
-    std::optional<Network> readBack;
-    for (int tries = 1;; ++tries) {
+  if (group.size() > 1) {
+    RunOnRanks(network, settings, oneIsland, analyze, group, progress, result);
+  } else {
+    const auto makeOne = [&](std::size_t item, ParallelWorker& worker) {
+      const int index = static_cast<int>(item) + 1;
+      const fs::path& file = result.files[item];
+      MadeNetwork made = MakeRandomNetwork(network, settings, index, oneIsland, file, worker);
       ThrowIfCancelled(worker);
-      text = SigRowsText(Generate(network, settings, random));
-      if (!oneIsland) break;
-      readBack.emplace(ReadSigText(text, fileName));
-      if (FindIslands(*readBack).count == 1) break;
-      if (tries >= settings.islandTries) {
-        throw std::runtime_error("random network " + std::to_string(index) + " (" +
-                                 ShuffledFileName(settings.kind, index) +
-                                 "): no network of one island was found in " +
-                                 std::to_string(settings.islandTries) + " tries");
-      }
-    }
-    ThrowIfCancelled(worker);
-    WriteFileAtomically(file, text);
-    ++created;
-    worker.publish();
-    if (!analyze) return;
-    if (!readBack) readBack.emplace(ReadSigText(text, fileName));
-    result.random[item] = ComputeFigures(*readBack, settings.columns, worker, 1).values;
-    ++analyzed;
-    worker.publish();
-  };
-  ParallelFor(static_cast<std::size_t>(count), threads, progress, makeOne,
-              {.itemDone = {}, .tick = reportCounts});
-
-  if (analyze) {
-    result.comparison = ShuffleComparison(result.titles, result.networkValues, result.random);
-    result.page = result.folder / kShuffledPage;
-    WriteFileAtomically(result.page, AnalysisPage(settings, result, oneIsland));
+      WriteFileAtomically(file, made.text);
+      ++created;
+      worker.publish();
+      if (!analyze) return;
+      result.random[item] = AnalyzeRandomNetwork(made, settings, file, worker);
+      ++analyzed;
+      worker.publish();
+    };
+    ParallelFor(static_cast<std::size_t>(count), threads, progress, makeOne,
+                {.itemDone = {}, .tick = reportCounts});
   }
+
+  if (analyze) result.page = result.folder / kShuffledPage;
+  RunAgreed(group, [&] {
+    if (!analyze || !group.lead()) return;
+    result.comparison = ShuffleComparison(result.titles, result.networkValues, result.random);
+    WriteFileAtomically(result.page, AnalysisPage(settings, result, oneIsland));
+  });
   return result;
 }
 

@@ -15,6 +15,7 @@
 #include "model/readers.h"
 #include "output/page_context.h"
 #include "util/progress.h"
+#include "util/rank_group.h"
 
 namespace tessel {
 
@@ -110,5 +111,14 @@ struct ShuffleResult {
 // `islandTries` tries, OutputError when a file cannot be written, Cancelled when stopped.
 ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,
                                 const std::filesystem::path& outputDir, Progress& progress);
+
+// The same spread over the ranks of `group`: every rank loads the same network and calls
+// this with the same settings; each makes and analyses its share of the networks, and rank
+// 0 alone writes the files and the page, identical to those of one process. Only rank 0's
+// result holds the figures and the comparison. A failure on any rank ends every rank with
+// the same error.
+ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,
+                                const std::filesystem::path& outputDir, Progress& progress,
+                                RankGroup& group);
 
 }  // namespace tessel

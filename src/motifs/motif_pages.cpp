@@ -177,7 +177,8 @@ std::string MotifPage(const Network& network, MotifKind kind, const std::vector<
   return WithPageContext(std::move(page), context, TitleOf(PageOf(kind)));
 }
 
-std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageContext& context) {
+std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageContext& context,
+                            bool significance) {
   std::vector<const MotifResult*> ordered;
   for (const KindPage& kind : kKindPages) {
     for (const MotifResult& r : results) {
@@ -209,6 +210,10 @@ std::string MotifsIndexPage(const std::vector<MotifResult>& results, const PageC
   }
   table += "</table>";
   if (!ordered.empty()) page += "<br>" + table;
+  if (significance) {
+    page += "<br><a href=\"" + std::string(kSignificancePage) +
+            "\">Counts against random networks (significance)</a>";
+  }
   page += "</body></html>";
   return WithPageContext(std::move(page), context, "Network motifs");
 }
@@ -271,8 +276,9 @@ MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable
     result.results.push_back(std::move(found));
   }
   result.indexPage = result.folder / kMotifsIndexPage;
-  WriteFileAtomically(result.indexPage,
-                      MotifsIndexPage(result.results, options.context.linkingTo({})));
+  WriteFileAtomically(
+      result.indexPage,
+      MotifsIndexPage(result.results, options.context.linkingTo({}), options.significance));
   return result;
 }
 

@@ -16,6 +16,8 @@ namespace tessel {
 
 inline constexpr const char* kMotifsFolder = "TESSEL_motifs";
 inline constexpr const char* kMotifsIndexPage = "motifs.htm";
+// The motif counts against random networks (motifs --significance), beside the index.
+inline constexpr const char* kSignificancePage = "significance.htm";
 
 // How many motifs of each kind are drawn by default. A large network holds tens of
 // thousands of motifs of a kind; drawing them all fills the disk and gives pages that take
@@ -51,9 +53,10 @@ std::string MotifPage(const Network& network, MotifKind kind, const std::vector<
                       const PageContext& context = {});
 
 // The index page linking the pages of the kinds searched, with a table of each kind's
-// total and, for signed kinds, its positive and negative counts.
+// total and, for signed kinds, its positive and negative counts; with `significance`, a
+// link to kSignificancePage below the table.
 std::string MotifsIndexPage(const std::vector<MotifResult>& results,
-                            const PageContext& context = {});
+                            const PageContext& context = {}, bool significance = false);
 
 // The motif command refuses a search whose bound (EstimateMotifCount) exceeds this many
 // motifs of one kind, unless forced: at kBytesPerMotif bytes each, 10 million motifs keep
@@ -78,7 +81,8 @@ struct MotifCommandOptions {
   std::size_t maxDrawings = kDefaultMaxDrawings;  // per kind
   std::size_t maxMotifs = kDefaultMaxMotifs;      // per kind, as estimated beforehand
   bool force = false;                             // search even above maxMotifs
-  PageContext context;  // shown on every page (the start page link is set here)
+  PageContext context;        // shown on every page (the start page link is set here)
+  bool significance = false;  // the index links to kSignificancePage (written by the caller)
 };
 
 struct MotifCommandResult {

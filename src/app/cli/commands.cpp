@@ -16,6 +16,7 @@
 #include "app/cli/cli_options.h"
 #include "app/cli/terminal_progress.h"
 #include "derived/genelist.h"
+#include "derived/motif_significance.h"
 #include "derived/shuffle.h"
 #include "derived/subnetworks.h"
 #include "model/color_table.h"
@@ -29,6 +30,7 @@
 #include "pathways/pathway_pages.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/rank_group.h"
 #include "util/text.h"
 
 namespace tessel::cli {
@@ -137,6 +139,36 @@ bool UsableOutput(const fs::path& to, bool folderMayBeCreated) {
   if (problem.empty()) return true;
   std::cerr << "tessel: error: --to: " << problem << "\n";
   return false;
+}
+
+// In a run over several ranks, the options of a rank other than 0: it shows no progress,
+// notes or warnings (rank 0 shows them).
+CommonOptions OptionsOfRank(const CommonOptions& options, const RankGroup& group) {
+  CommonOptions own = options;
+  if (!group.lead()) own.quiet = true;
+  return own;
+}
+
+// Every rank loads the network itself; rank 0 also reads (or writes) the colours table,
+// which only its drawings need. A failure to load ends every rank.
+Loaded LoadOnRanks(const CommonOptions& options, RankGroup& group) {
+  Loaded loaded;
+  RunAgreed(group, [&] {
+    if (group.lead()) {
+      loaded = Load(options);
+    } else {
+      loaded.network = LoadNetworkOf(options);
+    }
+  });
+  return loaded;
+}
+
+// The seed given, or one drawn by rank 0 and shared, so every rank makes the same networks.
+std::uint64_t SeedOnRanks(const std::optional<std::uint64_t>& given, RankGroup& group) {
+  if (given) return *given;
+  std::string text = std::to_string(std::random_device{}());
+  group.broadcast(text);
+  return std::stoull(text);
 }
 
 }  // namespace
@@ -321,13 +353,72 @@ Command AddMotifsCommand(CLI::App& app) {
       ->check(CLI::NonNegativeNumber);
   command->add_flag("--force", s->motifs.force, "search even above --max-motifs");
   command->add_option("--threads", s->motifs.threads, "worker threads (default: all cores)");
-  return {command, [s](const std::string& commandLine) {
-            s->common.commandLine = commandLine;
-            return RunMotifs(s->common, s->motifs);
-          }};
+  command
+      ->add_option("--significance", s->motifs.significance,
+                   "compare the counts with those of N random networks: mean, SD, z-score and "
+                   "empirical p-values; writes TESSEL_motifs/significance.htm")
+      ->check(CLI::Range(1, 1000000));
+  command
+      ->add_option("--random-kind", s->motifs.randomKind,
+                   "random networks for --significance: swap, effects or er (default: swap)")
+      ->check(CLI::IsMember({"swap", "effects", "er"}));
+  command->add_option("--seed", s->motifs.seed,
+                      "random seed for --significance (default: a random one, reported)");
+  const auto run = [s](const std::string& commandLine, RankGroup& group) {
+    s->common.commandLine = commandLine;
+    return RunMotifs(s->common, s->motifs, group);
+  };
+  return {command,
+          [run](const std::string& commandLine) {
+            SingleRank one;
+            return run(commandLine, one);
+          },
+          run};
 }
 
-int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
+namespace {
+
+Json SignificanceJson(const std::vector<MotifSignificance>& rows) {
+  Json list = Json::array();
+  for (const MotifSignificance& r : rows) {
+    const ColumnComparison& c = r.comparison;
+    list.push_back({{"kind", MotifKindName(r.entry.kind)},
+                    {"sign", r.entry.sign},
+                    {"network", c.figures.value},
+                    {"mean", c.hasMean() ? Json(c.figures.mean) : Json(nullptr)},
+                    {"sd", c.hasSd() ? Json(c.figures.sd) : Json(nullptr)},
+                    {"z", c.figures.hasZ ? Json(c.figures.z) : Json(nullptr)},
+                    {"random_at_least", r.atLeast},
+                    {"random_at_most", r.atMost},
+                    {"p_at_least", r.pAtLeast},
+                    {"p_at_most", r.pAtMost}});
+  }
+  return list;
+}
+
+void PrintSignificance(const std::vector<MotifSignificance>& rows) {
+  std::cout << std::left << std::setw(10) << "kind" << std::setw(10) << "sign" << std::right
+            << std::setw(10) << "network" << std::setw(12) << "random mean" << std::setw(12)
+            << "random sd" << std::setw(9) << "z" << std::setw(10) << "p(>=)" << std::setw(10)
+            << "p(<=)"
+            << "\n";
+  for (const MotifSignificance& r : rows) {
+    const ColumnComparison& c = r.comparison;
+    std::cout << std::left << std::setw(10) << MotifKindName(r.entry.kind) << std::setw(10)
+              << r.entry.sign << std::right << std::setw(10) << FormatNumber(c.figures.value)
+              << std::setw(12) << c.meanText() << std::setw(12) << c.sdText() << std::setw(9)
+              << c.zText() << std::setw(10) << FormatP(r.pAtLeast) << std::setw(10)
+              << FormatP(r.pAtMost) << "\n";
+  }
+}
+
+}  // namespace
+
+int RunMotifs(const CommonOptions& given, const MotifOptions& motifOptions, RankGroup& group) {
+  const bool significance = motifOptions.significance > 0;
+  // Without --significance there is nothing to share: rank 0 runs the command alone.
+  if (!significance && !group.lead()) return 0;
+  const CommonOptions options = OptionsOfRank(given, group);
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
   if (motifOptions.maxDrawings) command.maxDrawings = *motifOptions.maxDrawings;
@@ -335,23 +426,66 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
   command.force = motifOptions.force;
   command.threads = motifOptions.threads;
   command.context = ContextOf(options);
+  command.significance = significance;
   if (motifOptions.kinds.empty()) command.kinds = DefaultMotifKinds();
   for (const std::string& name : motifOptions.kinds) {
     const auto kind = ParseMotifKind(name);
     if (!kind) throw std::invalid_argument("unknown motif kind: " + name);
     command.kinds.push_back(*kind);
   }
-  const Loaded loaded = Load(options);
-  TerminalProgress progress(!options.quiet);
-  MotifCommandResult result;
-  try {
-    result = RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
-  } catch (const MotifLimitError& e) {
+  const Loaded loaded = LoadOnRanks(options, group);
+
+  SignificanceSettings settings;
+  std::vector<std::vector<double>> random;
+  if (significance) {
+    // The search limit is checked before the random networks are counted (every rank
+    // finds the same answer).
+    if (!command.force) {
+      const std::string problem =
+          MotifLimitProblem(loaded.network, command.kinds, command.maxMotifs);
+      if (!problem.empty()) {
+        if (group.lead())
+          std::cerr << "tessel: error: " << options.network << ": " << problem << "\n";
+        return 2;
+      }
+    }
+    settings.kinds = command.kinds;
+    settings.randomKind = ParseShuffleKind(motifOptions.randomKind);
+    settings.count = motifOptions.significance;
+    settings.seed = SeedOnRanks(motifOptions.seed, group);
+    settings.threads = motifOptions.threads;
+    if (!options.quiet && !options.json) std::cerr << "tessel: seed " << settings.seed << "\n";
+    TerminalProgress progress(!options.quiet);
+    random = RandomMotifCounts(loaded.network, settings, progress, group);
     progress.finish();
-    std::cerr << "tessel: error: " << options.network << ": " << e.what() << "\n";
-    return 2;
   }
-  progress.finish();
+
+  // Rank 0 searches the user's network and writes every page.
+  MotifCommandResult result;
+  std::vector<MotifSignificance> rows;
+  fs::path significancePage;
+  int status = 0;
+  RunAgreed(group, [&] {
+    if (!group.lead()) return;
+    TerminalProgress progress(!options.quiet);
+    try {
+      result = RunMotifCommand(loaded.network, loaded.colors, command, options.output, progress);
+    } catch (const MotifLimitError& e) {
+      progress.finish();
+      std::cerr << "tessel: error: " << options.network << ": " << e.what() << "\n";
+      status = 2;
+      return;
+    }
+    progress.finish();
+    if (!significance) return;
+    rows = CompareMotifCounts(command.kinds, MotifCountRow(command.kinds, result.results), random);
+    significancePage = result.folder / kSignificancePage;
+    WriteFileAtomically(
+        significancePage,
+        SignificancePage(settings, rows, command.context.linkingTo(kMotifsIndexPage)));
+  });
+  if (!group.lead() || status != 0) return status;
+
   if (options.json) {
     Json j;
     for (const MotifResult& r : result.results) {
@@ -363,6 +497,13 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
       j[std::string(MotifKindName(r.kind))] = counts;
     }
     j["page"] = result.indexPage.string();
+    if (significance) {
+      j["seed"] = settings.seed;
+      j["random_kind"] = motifOptions.randomKind;
+      j["random_networks"] = settings.count;
+      j["significance"] = SignificanceJson(rows);
+      j["significance_page"] = significancePage.string();
+    }
     Print(j);
   } else {
     for (const MotifResult& r : result.results) {
@@ -373,6 +514,12 @@ int RunMotifs(const CommonOptions& options, const MotifOptions& motifOptions) {
       std::cout << "\n";
     }
     std::cout << "Motif pages: " << result.indexPage.string() << "\n";
+    if (significance) {
+      std::cout << "Against " << settings.count << " random networks (seed " << settings.seed
+                << "):\n";
+      PrintSignificance(rows);
+      std::cout << "Significance page: " << significancePage.string() << "\n";
+    }
   }
   return 0;
 }
@@ -764,14 +911,21 @@ Command AddShuffleCommand(CLI::App& app) {
   CLI::Option* seed =
       command->add_option("--seed", s->seed, "random seed (default: a random one, reported)");
   command->add_option("--threads", s->shuffle.threads, "worker threads (default: all)");
-  return {command, [s, seed](const std::string& commandLine) {
-            if (*seed) s->shuffle.seed = s->seed;
-            s->common.commandLine = commandLine;
-            return RunShuffle(s->common, s->shuffle);
-          }};
+  const auto run = [s, seed](const std::string& commandLine, RankGroup& group) {
+    if (*seed) s->shuffle.seed = s->seed;
+    s->common.commandLine = commandLine;
+    return RunShuffle(s->common, s->shuffle, group);
+  };
+  return {command,
+          [run](const std::string& commandLine) {
+            SingleRank one;
+            return run(commandLine, one);
+          },
+          run};
 }
 
-int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOptions) {
+int RunShuffle(const CommonOptions& given, const ShuffleOptions& shuffleOptions, RankGroup& group) {
+  const CommonOptions options = OptionsOfRank(given, group);
   ShuffleSettings settings;
   settings.kind = ParseShuffleKind(shuffleOptions.kind);
   settings.count = shuffleOptions.count;
@@ -786,13 +940,15 @@ int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffleOption
     if (a == "motifs5") settings.columns.motifs5 = true;
   }
   settings.analyze = settings.columns.any();
-  settings.seed = shuffleOptions.seed ? *shuffleOptions.seed : std::random_device{}();
   settings.context = ContextOf(options);
-  const Network network = Load(options).network;
+  const Network network = LoadOnRanks(options, group).network;
+  settings.seed = SeedOnRanks(shuffleOptions.seed, group);
   if (!options.quiet && !options.json) std::cerr << "tessel: seed " << settings.seed << "\n";
   TerminalProgress progress(!options.quiet);
-  const ShuffleResult result = RunShuffleCommand(network, settings, options.output, progress);
+  const ShuffleResult result =
+      RunShuffleCommand(network, settings, options.output, progress, group);
   progress.finish();
+  if (!group.lead()) return 0;
   if (options.json) {
     Json j{{"seed", settings.seed},
            {"kind", shuffleOptions.kind},

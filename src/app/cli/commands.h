@@ -7,12 +7,16 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "model/readers.h"
 
 namespace CLI {
 class App;
+}
+namespace tessel {
+class RankGroup;
 }
 
 namespace tessel::cli {
@@ -21,8 +25,17 @@ namespace tessel::cli {
 // command line is parsed (given the command line as typed, which its pages show). The
 // options live in a state the run holds; checks that need several options run first.
 struct Command {
+  using Run = std::function<int(const std::string& commandLine)>;
+  using RunOnRanks = std::function<int(const std::string& commandLine, RankGroup& group)>;
+  Command(CLI::App* parser_, Run run_, RunOnRanks runOnRanks_ = {})
+      : parser(parser_), run(std::move(run_)), runOnRanks(std::move(runOnRanks_)) {}
+
   CLI::App* parser = nullptr;
   std::function<int(const std::string& commandLine)> run;
+  // Set for the commands that spread their work over the ranks of a cluster run (shuffle,
+  // motifs): every rank calls it, and only rank 0 writes files and prints. Other commands
+  // run on rank 0 alone.
+  std::function<int(const std::string& commandLine, RankGroup& group)> runOnRanks;
 };
 
 // Each adds one sub-command with its options to `app`, in the order of the help.
@@ -63,8 +76,11 @@ struct MotifOptions {
   std::optional<std::size_t> maxMotifs;    // estimated motifs per kind; unset: the default
   bool force = false;                      // search even above the limit
   unsigned threads = 0;
+  int significance = 0;               // random networks to compare the counts with; 0: none
+  std::string randomKind = "swap";    // swap, effects or er
+  std::optional<std::uint64_t> seed;  // unset: a random one, reported
 };
-int RunMotifs(const CommonOptions& options, const MotifOptions& motifs);
+int RunMotifs(const CommonOptions& options, const MotifOptions& motifs, RankGroup& group);
 
 // Refuses (a usage error, exit status 2) to draw a network of more than kLargeDrawingMolecules
 // molecules unless `force` is set.
@@ -94,7 +110,7 @@ struct ShuffleOptions {
   std::optional<std::uint64_t> seed;
   unsigned threads = 0;
 };
-int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffle);
+int RunShuffle(const CommonOptions& options, const ShuffleOptions& shuffle, RankGroup& group);
 
 int RunReduce(const CommonOptions& options, unsigned threads);
 

@@ -1,12 +1,17 @@
 // tessel: the command line. One sub-command per analysis.
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 #include "app/cli/commands.h"
 #include "app/cli/terminal_progress.h"
 #include "util/error.h"
 #include "util/progress.h"
+#include "util/rank_group.h"
+#ifdef TESSEL_MPI
+#include "app/cli/mpi_group.h"
+#endif
 
 namespace {
 
@@ -41,6 +46,15 @@ std::string OneLine(std::string text) {
 
 int main(int argc, char** argv) {
   using namespace tessel::cli;
+  // tessel-mpi runs as one rank of an MPI job; tessel is a group of one. Only rank 0 prints.
+#ifdef TESSEL_MPI
+  MpiSession session(&argc, &argv);
+  tessel::RankGroup& group = session.group();
+#else
+  tessel::SingleRank single;
+  tessel::RankGroup& group = single;
+#endif
+  const bool lead = group.lead();
   CLI::App app{"tessel: analysis of cell-signalling networks"};
   app.set_version_flag("--version", std::string("tessel ") + TESSEL_VERSION);
   app.require_subcommand(1);
@@ -54,7 +68,8 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    const int code = app.exit(e);
+    std::ostringstream unused;
+    const int code = lead ? app.exit(e) : app.exit(e, unused, unused);
     return code == 0 ? 0 : 2;
   }
   const std::string commandLine = CommandLineText(argc, argv);
@@ -63,15 +78,17 @@ int main(int argc, char** argv) {
   InstallInterruptHandlers();
   try {
     for (const Command& command : commands) {
-      if (*command.parser) return command.run(commandLine);
+      if (!*command.parser) continue;
+      if (group.size() > 1 && command.runOnRanks) return command.runOnRanks(commandLine, group);
+      return lead ? command.run(commandLine) : 0;
     }
   } catch (const tessel::Cancelled&) {
-    std::cerr << "tessel: cancelled\n";
+    if (lead) std::cerr << "tessel: cancelled\n";
     return tessel::ExitStatusOf(tessel::ErrorCategory::Cancelled);
   } catch (const std::exception& e) {
     // Usage errors (settings checked before anything is written, and std::invalid_argument
     // from option checks) exit with 2, others with 1.
-    std::cerr << "tessel: error: " << OneLine(e.what()) << "\n";
+    if (lead) std::cerr << "tessel: error: " << OneLine(e.what()) << "\n";
     return tessel::ExitStatusOf(tessel::CategoryOf(e));
   }
   return 2;
