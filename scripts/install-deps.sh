@@ -14,6 +14,8 @@ packages=(
   libcpp-httplib-dev chromium
   # fuzzing (scripts/fuzz-smoke.sh): clang with libFuzzer and the sanitizer runtimes
   clang libclang-rt-14-dev
+  # cluster runs (tessel-mpi)
+  libopenmpi-dev openmpi-bin
   # desktop application
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-webengine-dev qt6-webengine-dev-tools libgl-dev
   xvfb xauth
