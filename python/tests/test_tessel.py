@@ -62,8 +62,8 @@ def _same(a, b):
 
 
 def test_pathways_and_shuffle_equal_the_command_line(lbc, tmp_path):
-    expected = cli(tmp_path, "pathways", "--source", "Type=Ligand", "--target", "Type=TF", LBC)
-    got = lbc.pathways("Type=Ligand", "Type=TF")
+    expected = cli(tmp_path, "pathways", "--source", "Type=Receptor", "--target", "Type=TF", LBC)
+    got = lbc.pathways("Type=Receptor", "Type=TF")
     assert [(m["source"], m["target"], m["steps"], len(m["interactions"]), m["positive_paths"],
              m["negative_paths"]) for m in got["maps"]] == \
         [(m["source"], m["target"], m["steps"], m["interactions"], m["positive_paths"],
@@ -85,7 +85,7 @@ def test_pathways_and_shuffle_equal_the_command_line(lbc, tmp_path):
 def test_outputs_are_written_only_when_asked(lbc, tmp_path):
     result = lbc.shuffle(count=2, seed=1, analyze="none", output=tmp_path / "s")
     assert len(result["files"]) == 2 and all(os.path.exists(f) for f in result["files"])
-    maps = lbc.pathways("Type=Ligand", "Type=TF", output=tmp_path / "p", routes=0)
+    maps = lbc.pathways("Type=Receptor", "Type=TF", output=tmp_path / "p", routes=0)
     assert os.path.exists(maps["form"]) and "routes" not in maps["maps"][0]
     lbc.save(tmp_path / "copy.sig")
     assert tessel.load(tmp_path / "copy.sig").interactions == lbc.interactions
