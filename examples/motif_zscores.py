@@ -38,7 +38,7 @@ for warning in net.warnings:
 
 # %% Compare its motif counts with random networks
 def show(done, total, text):
-    print("\r%s: %d of %d" % (text, done, total), end="", flush=True)
+    print("\r%-50s" % text, end="", flush=True)
 
 
 result = net.shuffle(kind="swap", count=args.count, seed=args.seed, analyze=["motifs34"],
@@ -53,8 +53,8 @@ for row in table:
     print("%-10s network %6d  random %9.1f +- %7.1f  z %s" % (
         row["column"], row["network"], row["mean"], row["sd"] or 0, z))
 
-# %% Plot the z-scores (a kind whose random counts never vary has no z-score: drawn as 0,
-# hatched)
+# %% Plot the z-scores (a kind whose random counts never vary has no z-score: marked
+# "no z")
 names = [row["column"] for row in table]
 scores = [row["z"] if row["z"] is not None else 0.0 for row in table]
 colours = ["#c0392b" if z > 0 else "#2471a3" for z in scores]
@@ -62,14 +62,14 @@ fig, ax = plt.subplots(figsize=(9, 4.8))
 bars = ax.bar(names, scores, color=colours)
 for bar, row in zip(bars, table):
     if row["z"] is None:
-        bar.set_hatch("//")
-        bar.set_edgecolor("grey")
+        ax.annotate("no z", (bar.get_x() + bar.get_width() / 2, 0), xytext=(0, 3),
+                    textcoords="offset points", ha="center", fontsize=8, color="grey")
 ax.axhline(0, color="black", linewidth=0.8)
 ax.set_xlabel("motif kind")
 ax.set_ylabel("z-score (network against random)")
 ax.set_title("%s: motifs against %d swapped networks (seed %d)" % (
     os.path.basename(network_file), args.count, result["seed"]))
-ax.tick_params(axis="x", rotation=45)
+plt.setp(ax.get_xticklabels(), rotation=45, ha="right")
 fig.tight_layout()
 fig.savefig(png, dpi=120)
 print("wrote", png)
