@@ -12,6 +12,9 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev python3 python3-igraph python3-networkx python3-pandas
   libcpp-httplib-dev chromium
+  # Python module and its tests and example
+  pybind11-dev python3-dev python3-pytest python3-numpy python3-matplotlib python3-setuptools
+  python3-pip
   # fuzzing (scripts/fuzz-smoke.sh): clang with libFuzzer and the sanitizer runtimes
   clang libclang-rt-14-dev
   # cluster runs (tessel-mpi)
