@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   # toolchain
-  build-essential cmake ninja-build pkg-config clang-format git
+  build-essential cmake ninja-build pkg-config clang-format git ccache
   # core libraries
   libcli11-dev nlohmann-json3-dev libpugixml-dev libcurl4-openssl-dev libgraphviz-dev graphviz
   libpng-dev libabsl-dev

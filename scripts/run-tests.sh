@@ -8,19 +8,23 @@ cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 jobs=$(nproc)
+# ccache keeps compiled objects between runs (the four builds share none: each has its own
+# flags); a first run compiles everything.
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-cmake --preset default
+cmake --preset default "${launcher[@]}"
 cmake --build --preset default -j "$jobs"
 ctest --preset default
 
 if [ "${TESSEL_SKIP_ASAN:-0}" != 1 ]; then
-  cmake --preset asan
+  cmake --preset asan "${launcher[@]}"
   cmake --build --preset asan -j "$jobs"
   ctest --preset asan
 fi
 
 if [ "${TESSEL_SKIP_TSAN:-0}" != 1 ]; then
-  cmake --preset tsan
+  cmake --preset tsan "${launcher[@]}"
   cmake --build --preset tsan -j "$jobs"
   ctest --preset tsan
 fi
