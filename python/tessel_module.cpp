@@ -28,6 +28,7 @@
 #include "model/readers.h"
 #include "motifs/motif_search.h"
 #include "output/page_context.h"
+#include "output/results_json.h"
 #include "pathways/path_search.h"
 #include "pathways/pathway_pages.h"
 #include "util/error.h"
@@ -110,10 +111,9 @@ PageContext ContextOf(const LoadedNetwork& net, const std::string& command) {
                          "tessel (Python) " + command);
 }
 
-py::dict TallyDict(const ValueTally& tally) {
-  py::dict d;
-  for (const auto& [value, count] : tally.values) d[py::str(value)] = count;
-  return d;
+// A result in the form the command line prints it, as Python lists and dicts.
+py::object FromJson(const nlohmann::ordered_json& json) {
+  return py::module_::import("json").attr("loads")(JsonText(json));
 }
 
 // Strings from network files may hold bytes that are not UTF-8; they reach Python with
@@ -226,30 +226,10 @@ py::list WarningList(const Warnings& warnings) {
 }
 
 // The figures of `tessel stats --json`, without the page.
-py::dict Stats(const LoadedNetwork& net, py::object callback) {
+py::object Stats(const LoadedNetwork& net, py::object callback) {
   PythonProgress progress(std::move(callback));
   const Statistics s = Released(progress, [&] { return ComputeStatistics(net.network, progress); });
-  py::dict d;
-  d["molecules"] = s.molecules;
-  d["interactions"] = s.interactions;
-  d["references"] = s.references;
-  d["links_per_node"] = s.linksPerNode;
-  d["clustering"] = s.clustering;
-  d["grid"] = s.grid;
-  d["cpl"] = s.pathLength.value;
-  d["cpl_largest_island"] = s.pathLength.largestIsland;
-  d["islands"] = s.islands.count;
-  d["largest_island"] = s.islands.largest.size();
-  d["types"] = TallyDict(s.moleculeTypes);
-  d["locations"] = TallyDict(s.locations);
-  d["effects"] = TallyDict(s.effects);
-  d["interaction_types"] = TallyDict(s.interactionTypes);
-  py::dict connectivity;
-  connectivity["links"] = s.connectivity.links;
-  connectivity["in"] = s.connectivity.in;
-  connectivity["out"] = s.connectivity.out;
-  d["connectivity"] = connectivity;
-  return d;
+  return FromJson(StatisticsJson(s));
 }
 
 std::vector<MotifKind> KindsOf(const std::optional<std::vector<std::string>>& names) {
@@ -464,28 +444,9 @@ py::dict Pathways(const LoadedNetwork& net, const std::vector<std::string>& sour
   return d;
 }
 
-py::list Validate(const LoadedNetwork& net) {
-  const Network& network = net.network;
-  const std::vector<Finding> findings = ValidationFindings(network);
-  py::list list;
-  for (const Finding& f : findings) {
-    py::list interactions;
-    for (const std::uint32_t k : f.interactions) {
-      const Interaction& i = network.interactions()[k];
-      interactions.append(py::make_tuple(Text(network.sourceName(i)), Text(network.targetName(i))));
-    }
-    py::list molecules;
-    for (const std::string& name : f.molecules) molecules.append(Text(name));
-    py::dict d;
-    d["kind"] = std::string(FindingKindName(f.kind));
-    d["message"] = Text(f.message);
-    d["molecules"] = molecules;
-    d["interactions"] = interactions;
-    d["lines"] = f.lines;
-    d["pubmed_ids"] = f.pubmedIds;
-    list.append(d);
-  }
-  return list;
+// The findings as `tessel validate --json` lists them.
+py::object Validate(const LoadedNetwork& net) {
+  return FromJson(FindingsJson(net.network, ValidationFindings(net.network)));
 }
 
 // Core errors as the Python exceptions a script expects: bad input or settings are

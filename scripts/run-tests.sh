@@ -12,6 +12,8 @@ jobs=$(nproc)
 # flags); a first run compiles everything.
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+# Paths relative to the clone, so that another clone of the same commit finds the objects.
+export CCACHE_BASEDIR="$PWD" CCACHE_SLOPPINESS="pch_defines,time_macros,include_file_mtime,include_file_ctime"
 
 cmake --preset default "${launcher[@]}"
 cmake --build --preset default -j "$jobs"

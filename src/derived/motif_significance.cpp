@@ -24,19 +24,6 @@ std::vector<MotifKind> Ordered(const std::vector<MotifKind>& kinds) {
   return ordered;
 }
 
-std::vector<SigRow> RandomRows(const Network& network, const SignificanceSettings& settings,
-                               std::mt19937_64& random) {
-  switch (settings.randomKind) {
-    case ShuffleKind::SwapTargets:
-      return SwapTargets(network, settings.passes, random);
-    case ShuffleKind::ShuffleEffects:
-      return ShuffleEffects(network, random);
-    case ShuffleKind::ErdosRenyi:
-      return ErdosRenyi(network, random);
-  }
-  throw std::invalid_argument("unknown kind of random network");
-}
-
 }  // namespace
 
 std::vector<MotifCountEntry> MotifCountEntries(const std::vector<MotifKind>& kinds) {
@@ -93,8 +80,9 @@ std::vector<std::vector<double>> RandomMotifCounts(const Network& network,
     const int index = static_cast<int>(item) + 1;
     std::mt19937_64 random = NetworkRandom(settings.seed, index);
     // Read back as the shuffle command's files are, so the counts are those of its files.
-    const Network randomNetwork = ReadSigText(SigRowsText(RandomRows(network, settings, random)),
-                                              ShuffledFileName(settings.randomKind, index));
+    const Network randomNetwork = ReadSigText(
+        SigRowsText(RandomNetworkRows(network, settings.randomKind, settings.passes, random)),
+        ShuffledFileName(settings.randomKind, index));
     BlobWriter out;
     std::vector<MotifResult> results;
     for (const MotifKind kind : kinds) {

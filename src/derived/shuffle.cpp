@@ -42,19 +42,6 @@ void CheckErdosRenyiPossible(const Network& network) {
                               std::to_string(pairs) + " ordered pairs of distinct molecules");
 }
 
-std::vector<SigRow> Generate(const Network& network, const ShuffleSettings& settings,
-                             std::mt19937_64& random) {
-  switch (settings.kind) {
-    case ShuffleKind::SwapTargets:
-      return SwapTargets(network, settings.passes, random);
-    case ShuffleKind::ShuffleEffects:
-      return ShuffleEffects(network, random);
-    case ShuffleKind::ErdosRenyi:
-      return ErdosRenyi(network, random);
-  }
-  throw std::invalid_argument("unknown shuffle kind");
-}
-
 std::string CountText(std::string_view verb, int done, int count) {
   return std::string(verb) + " " + std::to_string(done) + " random networks out of " +
          std::to_string(count);
@@ -75,7 +62,7 @@ MadeNetwork MakeRandomNetwork(const Network& network, const ShuffleSettings& set
   MadeNetwork made;
   for (int tries = 1;; ++tries) {
     ThrowIfCancelled(worker);
-    made.text = SigRowsText(Generate(network, settings, random));
+    made.text = SigRowsText(RandomNetworkRows(network, settings.kind, settings.passes, random));
     if (!oneIsland) break;
     made.readBack.emplace(ReadSigText(made.text, fileName));
     if (FindIslands(*made.readBack).count == 1) break;
@@ -390,6 +377,19 @@ std::mt19937_64 NetworkRandom(std::uint64_t seed, int index) {
   std::seed_seq sequence{static_cast<std::uint32_t>(seed), static_cast<std::uint32_t>(seed >> 32),
                          static_cast<std::uint32_t>(index)};
   return std::mt19937_64(sequence);
+}
+
+std::vector<SigRow> RandomNetworkRows(const Network& network, ShuffleKind kind, int passes,
+                                      std::mt19937_64& random) {
+  switch (kind) {
+    case ShuffleKind::SwapTargets:
+      return SwapTargets(network, passes, random);
+    case ShuffleKind::ShuffleEffects:
+      return ShuffleEffects(network, random);
+    case ShuffleKind::ErdosRenyi:
+      return ErdosRenyi(network, random);
+  }
+  throw std::invalid_argument("unknown kind of random network");
 }
 
 ShuffleResult RunShuffleCommand(const Network& network, const ShuffleSettings& settings,

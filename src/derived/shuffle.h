@@ -54,6 +54,10 @@ std::vector<SigRow> ErdosRenyi(const Network& network, std::mt19937_64& random);
 // The generator for network `index` (1-based) of a run with `seed`.
 std::mt19937_64 NetworkRandom(std::uint64_t seed, int index);
 
+// The rows of one random network of `kind` drawn with `random` (`passes`: swap passes).
+std::vector<SigRow> RandomNetworkRows(const Network& network, ShuffleKind kind, int passes,
+                                      std::mt19937_64& random);
+
 struct ShuffleSettings {
   ShuffleKind kind = ShuffleKind::SwapTargets;
   int count = 100;

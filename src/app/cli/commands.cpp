@@ -26,6 +26,7 @@
 #include "output/drawing.h"
 #include "output/export_formats.h"
 #include "output/matrix.h"
+#include "output/results_json.h"
 #include "output/website.h"
 #include "pathways/pathway_pages.h"
 #include "util/error.h"
@@ -116,12 +117,6 @@ Loaded Load(const CommonOptions& options) {
   return {std::move(loaded.network), std::move(loaded.colors)};
 }
 
-Json TallyJson(const ValueTally& tally) {
-  Json object = Json::object();
-  for (const auto& [value, count] : tally.values) object[value] = count;
-  return object;
-}
-
 // What the pages of this run say about where they come from.
 PageContext ContextOf(const CommonOptions& options) {
   return MakePageContext(options.network, options.commandLine);
@@ -130,7 +125,7 @@ PageContext ContextOf(const CommonOptions& options) {
 // Names from a network file may hold bytes that are not UTF-8 (an old Latin-1 file): they
 // are printed as U+FFFD, one per bad sequence, the same replacement the pages make.
 void Print(const Json& j) {
-  std::cout << j.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  std::cout << JsonText(j, 2) << "\n";
 }
 
 // A --to path that cannot take the output is a usage error, reported before any work.
@@ -191,24 +186,7 @@ int RunStats(const CommonOptions& options) {
       WriteStatisticsPage(network, options.output, progress, &stats, ContextOf(options));
   progress.finish();
   if (options.json) {
-    Json j;
-    j["molecules"] = stats.molecules;
-    j["interactions"] = stats.interactions;
-    j["references"] = stats.references;
-    j["links_per_node"] = stats.linksPerNode;
-    j["clustering"] = stats.clustering;
-    j["grid"] = stats.grid;
-    j["cpl"] = stats.pathLength.value;
-    j["cpl_largest_island"] = stats.pathLength.largestIsland;
-    j["islands"] = stats.islands.count;
-    j["largest_island"] = stats.islands.largest.size();
-    j["types"] = TallyJson(stats.moleculeTypes);
-    j["locations"] = TallyJson(stats.locations);
-    j["effects"] = TallyJson(stats.effects);
-    j["interaction_types"] = TallyJson(stats.interactionTypes);
-    j["connectivity"] = {{"links", stats.connectivity.links},
-                         {"in", stats.connectivity.in},
-                         {"out", stats.connectivity.out}};
+    Json j = StatisticsJson(stats);
     j["page"] = page.string();
     Print(j);
   } else {
@@ -235,20 +213,6 @@ int RunValidate(const CommonOptions& options) {
   const ValidationSummary summary = SummaryOf(findings);
   const fs::path page = WriteValidationReport(findings, options.output, ContextOf(options));
   if (options.json) {
-    Json list = Json::array();
-    for (const Finding& f : findings) {
-      Json interactions = Json::array();
-      for (const std::uint32_t k : f.interactions) {
-        const Interaction& i = network.interactions()[k];
-        interactions.push_back(Json::array({network.sourceName(i), network.targetName(i)}));
-      }
-      list.push_back({{"kind", FindingKindName(f.kind)},
-                      {"message", f.message},
-                      {"molecules", f.molecules},
-                      {"interactions", interactions},
-                      {"lines", f.lines},
-                      {"pubmed_ids", f.pubmedIds}});
-    }
     Json j;
     j["self_loops"] = summary.selfLoops;
     j["code_conflicts"] = summary.codeConflicts;
@@ -257,7 +221,7 @@ int RunValidate(const CommonOptions& options) {
     j["unknown_effects"] = summary.unknownEffects;
     j["molecule_conflicts"] = summary.moleculeConflicts;
     j["page"] = page.string();
-    j["findings"] = list;
+    j["findings"] = FindingsJson(network, findings);
     Print(j);
   } else {
     std::cout << "Self-interactions: " << summary.selfLoops
