@@ -157,7 +157,7 @@ py::dict InteractionDict(const Network& network, const Interaction& i) {
   d["target"] = Text(network.targetName(i));
   d["effect"] = Text(i.effect);
   d["type"] = Text(i.interactionType);
-  d["pubmed"] = i.pubmedIds;
+  d["pubmed"] = std::vector<PubmedId>(i.pubmedIds.begin(), i.pubmedIds.end());
   d["source_accession"] = Text(i.sourceAccession);
   d["source_extra_id"] = Text(i.sourceExtraId);
   d["source_type"] = Text(i.sourceType);

@@ -44,7 +44,7 @@ TEST(NetworkMerge, RepeatedRowsMergePubmedIdsInFileOrderAndKeepFirstValues) {
                   "rows.sig");
   ASSERT_EQ(net.interactionCount(), 1u);
   const Interaction& i = net.interactions()[0];
-  EXPECT_EQ(i.pubmedIds, (std::vector<PubmedId>{30, 10, 20}));
+  EXPECT_EQ(i.pubmedIds, (PubmedIds{30, 10, 20}));
   EXPECT_EQ(i.effect, "+");
   EXPECT_EQ(i.interactionType, "binding");
   // The differing repeat is kept for the validation report, with its line.
@@ -199,7 +199,7 @@ TEST(SigReader, EmptyBlankAndBinaryFilesAreRefused) {
 TEST(SigReader, NonNumericPubmedIdReadsAsZeroWithAWarning) {
   Warnings warnings;
   const Network net = ReadSigText(SigRow("A", "B", "+", "PMID:123"), "w.sig", &warnings);
-  EXPECT_EQ(net.interactions()[0].pubmedIds, std::vector<PubmedId>{0});
+  EXPECT_EQ(net.interactions()[0].pubmedIds, PubmedIds{0});
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_NE(warnings.lines()[0].find("w.sig:1"), std::string::npos);
 }
@@ -255,7 +255,7 @@ TEST(SigReader, AwkwardButValidInput) {
   EXPECT_NE(net.findId(longName), 0u);
   EXPECT_NE(net.findId("a<\"b>"), 0u);
   EXPECT_NE(net.findId("\xc3\xa9t\xc3\xa9"), 0u);
-  EXPECT_EQ(net.interactions()[0].pubmedIds, std::vector<PubmedId>{5});
+  EXPECT_EQ(net.interactions()[0].pubmedIds, PubmedIds{5});
 }
 
 // Writing a network and reading the text back gives the same network and the same text.
@@ -299,7 +299,7 @@ TEST(TwoColumnReader, DefaultsMergeAndColumnErrors) {
   const Interaction& ab = net.interactions()[0];
   EXPECT_EQ(ab.effect, "0");
   EXPECT_EQ(ab.interactionType, "NA");
-  EXPECT_EQ(ab.pubmedIds, std::vector<PubmedId>{0});
+  EXPECT_EQ(ab.pubmedIds, PubmedIds{0});
   EXPECT_EQ(net.molecule(1).moleculeType, "NA");
   try {
     ReadTwoColumnText("A B\nA B C\n", "three.txt");

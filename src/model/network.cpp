@@ -35,6 +35,7 @@ void NetworkBuilder::recordConflict(MoleculeId id, MoleculeConflict::Field field
   std::string key = std::to_string(id);
   key.push_back(field == MoleculeConflict::Field::Type ? 't' : 'l');
   key.append(value);
+  ++conflictRows_;
   const auto [it, inserted] = conflictIndex_.try_emplace(std::move(key), 0);
   if (!inserted) {
     ++net_.moleculeConflicts_[it->second].rows;
@@ -99,8 +100,8 @@ MoleculeId NetworkBuilder::addMolecule(const EndPoint& given, std::size_t line) 
     }
     e.name = *safe;
   }
-  auto it = net_.nameIndex_.find(e.name);
-  if (it != net_.nameIndex_.end()) {
+  auto it = names_.find(e.name);
+  if (it != names_.end()) {
     const MoleculeId id = it->second;
     Molecule& m = net_.molecules_[id - 1];
     const auto fill = [](std::string& kept, std::string_view given) {
@@ -131,16 +132,83 @@ MoleculeId NetworkBuilder::addMolecule(const EndPoint& given, std::size_t line) 
   m.extraId = e.extraId;
   m.moleculeType = e.moleculeType;
   m.location = e.location;
-  net_.nameIndex_.emplace(m.name, m.id);
+  names_.emplace(m.name, m.id);
   net_.molecules_.push_back(std::move(m));
   return net_.molecules_.back().id;
 }
 
+MoleculeId NetworkBuilder::findMolecule(std::string_view name) const {
+  const auto it = names_.find(name);
+  return it == names_.end() ? 0 : it->second;
+}
+
+bool NetworkBuilder::repeatEnd(MoleculeId id, std::uint64_t earlier, std::uint64_t stamp,
+                               EndFields& fields) {
+  if (id > lastEnds_.size()) return false;
+  LastEnd& last = lastEnds_[id - 1];
+  if (last.stamp != earlier || !last.repeatable) return false;
+  last.stamp = stamp;
+  fields = last.fields;
+  return true;
+}
+
+MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, std::uint64_t stamp,
+                                  EndFields& fields) {
+  const std::array<std::string_view, 4> given{e.accession, e.extraId, e.moleculeType, e.location};
+  const auto same = [&given](const LastEnd& last) {
+    for (std::size_t k = 0; k < 4; ++k) {
+      if (last.fields[k] != given[k]) return false;
+    }
+    return true;
+  };
+  if (!sigSafeNames_ || !SigSafeName(e.name)) {
+    const MoleculeId id = findMolecule(e.name);
+    if (id != 0 && id <= lastEnds_.size()) {
+      LastEnd& last = lastEnds_[id - 1];
+      if (last.repeatable && same(last)) {
+        last.stamp = stamp;
+        fields = last.fields;
+        return id;
+      }
+    }
+  }
+  const std::size_t conflictsBefore = conflictRows_;
+  const MoleculeId id = addMolecule(e, line);
+  if (lastEnds_.size() < id) lastEnds_.resize(id);
+  LastEnd& last = lastEnds_[id - 1];
+  for (std::size_t k = 0; k < 4; ++k) {
+    if (last.fields[k] != given[k]) last.fields[k] = texts_->intern(given[k]);
+  }
+  last.repeatable = conflictRows_ == conflictsBefore;
+  last.stamp = stamp;
+  fields = last.fields;
+  return id;
+}
+
+PooledText NetworkBuilder::recentText(std::vector<PooledText>& recent, std::string_view value) {
+  for (const PooledText& t : recent) {
+    if (t == value) return t;
+  }
+  // A file with many distinct values goes to the pool for the ones past the first few.
+  const PooledText t = texts_->intern(value);
+  if (recent.size() < 16) recent.push_back(t);
+  return t;
+}
+
 void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
                             std::string_view interactionType, PubmedId pubmedId, std::size_t line) {
+  EndFields sourceFields, targetFields;
+  const MoleculeId s = addEnd(source, line, 2 * rows_, sourceFields);
+  const MoleculeId t = addEnd(target, line, 2 * rows_ + 1, targetFields);
+  addInteraction(s, t, sourceFields, targetFields, recentText(recentEffects_, effect),
+                 recentText(recentTypes_, interactionType), pubmedId, line);
+}
+
+void NetworkBuilder::addInteraction(MoleculeId s, MoleculeId t, const EndFields& sourceFields,
+                                    const EndFields& targetFields, PooledText effect,
+                                    PooledText interactionType, PubmedId pubmedId,
+                                    std::size_t line) {
   ++rows_;
-  const MoleculeId s = addMolecule(source, line);
-  const MoleculeId t = addMolecule(target, line);
   const auto [it, inserted] = net_.pairIndex_.try_emplace(
       Network::pairKey(s, t), static_cast<std::uint32_t>(net_.interactions_.size()));
   if (!inserted) {
@@ -148,27 +216,25 @@ void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target, std:
     auto& ids = existing.pubmedIds;
     if (std::find(ids.begin(), ids.end(), pubmedId) == ids.end()) ids.push_back(pubmedId);
     if (existing.effect != effect || existing.interactionType != interactionType) {
-      net_.conflicts_.push_back(
-          {it->second, std::string(effect), std::string(interactionType), line});
+      net_.conflicts_.push_back({it->second, effect, interactionType, line});
     }
     return;
   }
-  Interaction i;
-  i.id = static_cast<std::uint32_t>(net_.interactions_.size() + 1);
+  Interaction& i = net_.interactions_.emplace_back();
+  i.id = static_cast<std::uint32_t>(net_.interactions_.size());
   i.source = s;
   i.target = t;
-  i.sourceAccession = source.accession;
-  i.sourceExtraId = source.extraId;
-  i.sourceType = source.moleculeType;
-  i.sourceLocation = source.location;
-  i.targetAccession = target.accession;
-  i.targetExtraId = target.extraId;
-  i.targetType = target.moleculeType;
-  i.targetLocation = target.location;
+  i.sourceAccession = sourceFields[0];
+  i.sourceExtraId = sourceFields[1];
+  i.sourceType = sourceFields[2];
+  i.sourceLocation = sourceFields[3];
+  i.targetAccession = targetFields[0];
+  i.targetExtraId = targetFields[1];
+  i.targetType = targetFields[2];
+  i.targetLocation = targetFields[3];
   i.effect = effect;
   i.interactionType = interactionType;
   i.pubmedIds.push_back(pubmedId);
-  net_.interactions_.push_back(std::move(i));
 }
 
 namespace {
@@ -267,8 +333,17 @@ Network NetworkBuilder::build() {
     CountLinks(net.molecules_[i.source - 1], net.molecules_[i.target - 1], i);
   }
 
+  net.nameIndex_.reserve(n);
+  for (const Molecule& m : net.molecules_) net.nameIndex_.emplace(m.name, m.id);
+  net.texts_ = std::move(texts_);
   Network result = std::move(net_);
   net_ = Network();
+  texts_ = std::make_shared<TextPool>();
+  names_ = {};
+  lastEnds_ = {};
+  conflictRows_ = 0;
+  recentEffects_.clear();
+  recentTypes_.clear();
   rows_ = 0;
   conflictIndex_.clear();
   return result;

@@ -5,15 +5,20 @@
 // the display order (by upper-cased name) is kept as a separate permutation.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <absl/container/flat_hash_map.h>
-#include <vector>
+#include <absl/container/inlined_vector.h>
+
+#include "model/pooled_text.h"
 
 namespace tessel {
 
@@ -21,6 +26,8 @@ class Warnings;
 
 using MoleculeId = std::uint32_t;  // 1-based; 0 means "no molecule"
 using PubmedId = std::int64_t;
+// Most interactions cite one paper: that one is held without a heap block.
+using PubmedIds = absl::InlinedVector<PubmedId, 1>;
 
 // The ten per-molecule link counters. Neutral ("0") interactions count only towards
 // neutralLinks and allLinks; every other effect is signed, and any signed effect other
@@ -53,18 +60,19 @@ struct Interaction {
   MoleculeId source = 0;
   MoleculeId target = 0;
   // End-point fields as the interaction's first row gave them; they may differ from the
-  // molecule's own fields, which come from the molecule's first row.
-  std::string sourceAccession;
-  std::string sourceExtraId;
-  std::string sourceType;
-  std::string sourceLocation;
-  std::string targetAccession;
-  std::string targetExtraId;
-  std::string targetType;
-  std::string targetLocation;
-  std::string effect;               // "+", "_", "0" or any other text, kept as read
-  std::string interactionType;      // "NA" when unknown
-  std::vector<PubmedId> pubmedIds;  // distinct, in order of first appearance; never empty
+  // molecule's own fields, which come from the molecule's first row. The texts are pooled:
+  // a network repeats the same few types, locations and effects on every interaction.
+  PooledText sourceAccession;
+  PooledText sourceExtraId;
+  PooledText sourceType;
+  PooledText sourceLocation;
+  PooledText targetAccession;
+  PooledText targetExtraId;
+  PooledText targetType;
+  PooledText targetLocation;
+  PooledText effect;           // "+", "_", "0" or any other text, kept as read
+  PooledText interactionType;  // "NA" when unknown
+  PubmedIds pubmedIds;         // distinct, in order of first appearance; never empty
 
   bool isNeutral() const { return effect == "0"; }
   bool isSigned() const { return effect != "0"; }
@@ -147,7 +155,7 @@ class Network {
   struct NameHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view s) const noexcept {
-      return std::hash<std::string_view>{}(s);
+      return absl::Hash<std::string_view>{}(s);
     }
   };
   struct NameEq {
@@ -159,6 +167,8 @@ class Network {
     return (static_cast<std::uint64_t>(s) << 32) | t;
   }
 
+  // The texts the interactions' fields point to; shared by copies of the network.
+  std::shared_ptr<const TextPool> texts_;
   std::vector<Molecule> molecules_;
   std::vector<Interaction> interactions_;
   std::vector<RowConflict> conflicts_;
@@ -193,6 +203,10 @@ struct EndPoint {
 // existing interaction if the id is new, and changes nothing else.
 class NetworkBuilder {
  public:
+  // The pooled end fields of a row: accession, extra id, type, location.
+  using EndFields = std::array<PooledText, 4>;
+  static constexpr std::uint64_t kNoStamp = ~std::uint64_t{0};
+
   NetworkBuilder() = default;
 
   void reserve(std::size_t rows);
@@ -200,6 +214,25 @@ class NetworkBuilder {
   // Adds one row. `line` is only used to locate merge conflicts for the validation report.
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
               std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
+
+  // For readers that find repeated row ends ahead of the builder (the SIG reader scans
+  // pieces of a file in parallel). A row end is known by a stamp that grows along the file
+  // (2 * row + 0 for the source, + 1 for the target).
+  //
+  // The molecule named `name`, or 0.
+  MoleculeId findMolecule(std::string_view name) const;
+  // When the molecule's last end was `earlier` and this end repeats that one's fields, and
+  // repeating them changes nothing: its pooled fields, the end recorded as `stamp`, true.
+  // Otherwise false, and the end must be added with addEnd.
+  bool repeatEnd(MoleculeId id, std::uint64_t earlier, std::uint64_t stamp, EndFields& fields);
+  // The molecule of one end of a row (created or merged as addRow does), its fields pooled.
+  MoleculeId addEnd(const EndPoint& e, std::size_t line, std::uint64_t stamp, EndFields& fields);
+  // A row between two ends from addEnd or repeatEnd.
+  void addInteraction(MoleculeId source, MoleculeId target, const EndFields& sourceFields,
+                      const EndFields& targetFields, PooledText effect, PooledText interactionType,
+                      PubmedId pubmedId, std::size_t line);
+  // A text kept by the network being built.
+  PooledText pooled(std::string_view text) { return texts_->intern(text); }
 
   // Adds a molecule that may take part in no interaction and returns its id. An existing
   // molecule keeps its fields, but those still "NA" (or empty) take the values given here.
@@ -221,8 +254,25 @@ class NetworkBuilder {
  private:
   void recordConflict(MoleculeId id, MoleculeConflict::Field field, std::string_view value,
                       std::size_t line);
+  // The pooled text for an effect or interaction type, from the few values seen last.
+  PooledText recentText(std::vector<PooledText>& recent, std::string_view value);
 
   Network net_;
+  std::shared_ptr<TextPool> texts_ = std::make_shared<TextPool>();
+  // Molecules by name while the network is built.
+  absl::flat_hash_map<std::string, MoleculeId, Network::NameHash, Network::NameEq> names_;
+  // Per molecule (id - 1): the end fields of its last row, pooled; the stamp of that row
+  // end; and whether reading the same fields again would change nothing (no field left to
+  // fill, no conflict to count). Most rows repeat a molecule's fields, and then the
+  // molecule's own record is not looked at.
+  struct LastEnd {
+    std::uint64_t stamp = kNoStamp;
+    bool repeatable = false;
+    EndFields fields;
+  };
+  std::vector<LastEnd> lastEnds_;
+  std::size_t conflictRows_ = 0;  // rows recorded as molecule conflicts so far
+  std::vector<PooledText> recentEffects_, recentTypes_;
   std::size_t rows_ = 0;
   bool sigSafeNames_ = false;
   Warnings* warnings_ = nullptr;

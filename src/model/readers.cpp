@@ -7,6 +7,7 @@
 
 #include "model/effects.h"
 #include "model/graphml.h"
+#include "model/line_fields.h"
 #include "model/psimi.h"
 #include "model/table_reader.h"
 #include "model/text_input.h"
@@ -17,67 +18,9 @@
 namespace tessel {
 namespace {
 
-constexpr std::string_view kSigColumnMessage =
-    " to few columns\nThe program only accepts text files with 13 columns in each row!";
 constexpr std::string_view kPairsColumnMessage =
     " to few or too many columns\nThe load two column function only accepts text files with 2 "
     "columns in each row!";
-
-// Splits a line into at most `Max` fields; returns the number of fields found, which is
-// Max + 1 when the line holds more than Max.
-template <std::size_t Max>
-std::size_t SplitLine(std::string_view line, std::array<std::string_view, Max>& fields) {
-  std::size_t count = 0;
-  std::size_t i = 0;
-  while (i < line.size()) {
-    while (i < line.size() && IsBlank(line[i])) ++i;
-    if (i == line.size()) break;
-    const std::size_t start = i;
-    while (i < line.size() && !IsBlank(line[i])) ++i;
-    if (count == Max) return Max + 1;
-    fields[count++] = line.substr(start, i - start);
-  }
-  return count;
-}
-
-// Reads a PubMed id as a decimal integer; a text that is not a number reads as 0.
-PubmedId ParsePubmedId(std::string_view field, bool& numeric) {
-  PubmedId value = 0;
-  const auto [end, ec] = std::from_chars(field.data(), field.data() + field.size(), value);
-  numeric = ec == std::errc() && end == field.data() + field.size();
-  if (ec != std::errc()) value = 0;
-  return value;
-}
-
-// Names must begin with a letter: a leading digit gains a "P".
-std::string_view WithLetterPrefix(std::string_view name, std::string& buffer) {
-  if (name.empty() || name[0] < '0' || name[0] > '9') return name;
-  buffer.assign("P");
-  buffer.append(name);
-  return buffer;
-}
-
-// Says what a known effect word means, for the warning about an effect SIG does not know.
-std::string UnknownEffectMessage(std::string_view effect) {
-  std::string message = "effect \"" + Abbreviate(effect, 40) +
-                        "\" is none of \"+\" (activation), \"_\" (inhibition), \"0\" "
-                        "(binding): kept as read and listed in the validation report; loop and "
-                        "path signs count only \"_\" as an inhibition";
-  if (const auto meant = EffectFromWord(effect)) {
-    message += " (did you mean \"" + std::string(*meant) + "\"?)";
-  }
-  return message;
-}
-
-[[noreturn]] void ColumnError(const std::string& file, std::size_t line, std::string_view text,
-                              std::string_view message) {
-  throw InputError(file, line,
-                   Abbreviate(text) + " line #" + std::to_string(line) + std::string(message));
-}
-
-}  // namespace
-
-namespace {
 
 constexpr NetworkFormatInfo kFormats[] = {
     {NetworkFormat::Auto, "auto", "an unknown format", {}, {}},
@@ -124,54 +67,6 @@ std::vector<std::string> FormatNames() {
   std::vector<std::string> names;
   for (const NetworkFormatInfo& entry : kFormats) names.emplace_back(entry.name);
   return names;
-}
-
-Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings) {
-  CheckIsText(text, file, EmptyText::kNoBytes);
-  NetworkBuilder builder;
-  builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  std::array<std::string_view, 13> f;
-  std::string sourceBuffer, targetBuffer;
-  bool ended = false;  // a row naming "na" ends the data; later lines are still checked
-  bool first = true;
-  LineCursor lines(text, LineCursor::Mode::kRaw);
-  std::string_view line;
-  while (lines.next(line)) {
-    const std::size_t count = SplitLine(line, f);
-    if (count == 0) continue;
-    if (count != 13) ColumnError(file, lines.number(), line, kSigColumnMessage);
-    bool numeric = true;
-    const PubmedId pubmed = ParsePubmedId(f[12], numeric);
-    // A column-title line: its PubMed field is no number and its effect no effect.
-    if (first && !numeric && !IsKnownEffect(f[10]) && !EffectFromWord(f[10])) {
-      throw InputError(file, lines.number(),
-                       "the first line looks like a row of column titles (\"" +
-                           Abbreviate(line, 60) +
-                           "\"), not an interaction: remove it, or read a table with a header "
-                           "row with --format table");
-    }
-    first = false;
-    if (ended || f[0] == "na" || f[5] == "na") {
-      ended = true;
-      continue;
-    }
-    if (!IsKnownEffect(f[10]) && warnings) {
-      warnings->add("effect\t" + std::string(f[10]), file, lines.number(),
-                    UnknownEffectMessage(f[10]));
-    }
-    if (!numeric && warnings) {
-      warnings->add("pubmed", file, lines.number(),
-                    "PubMed id \"" + Abbreviate(f[12], 40) + "\" is not a number; read as " +
-                        std::to_string(pubmed));
-    }
-    const EndPoint source{WithLetterPrefix(f[0], sourceBuffer), f[1], f[2], f[3], f[4]};
-    const EndPoint target{WithLetterPrefix(f[5], targetBuffer), f[6], f[7], f[8], f[9]};
-    builder.addRow(source, target, f[10], f[11], pubmed, lines.number());
-  }
-  if (builder.rowCount() == 0) {
-    throw InputError(file, 0, "the file holds no interactions");
-  }
-  return builder.build();
 }
 
 Network ReadTwoColumnText(std::string_view text, const std::string& file, Warnings* warnings) {
@@ -262,10 +157,12 @@ namespace {
 // Reads `text` with the reader of `format` (not Auto).
 Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
                    const ReadOptions& options, Warnings* warnings);
-}  // namespace
 
-Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
-                        Warnings* warnings) {
+// Reads a network from `text`. `owned`, when given, is the string holding the text: it is
+// emptied as soon as the reader no longer needs it, which for SIG files is before the
+// network's adjacency is built (a million rows are about 100 MB of text).
+Network ReadText(std::string_view text, std::string* owned, const std::string& file,
+                 const ReadOptions& options, Warnings* warnings) {
   NetworkFormat format = options.format;
   if (format == NetworkFormat::Auto) {
     CheckIsText(text, file, EmptyText::kNoBytes);
@@ -276,7 +173,15 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
                      std::string(FormatName(format)) + ")");
     }
   }
-  Network network = ReadFormat(text, file, format, options, warnings);
+  Network network;
+  if (format == NetworkFormat::Sig) {
+    NetworkBuilder builder;
+    ReadSigRows(text, file, warnings, options.threads, builder);
+    if (owned != nullptr) std::string().swap(*owned);
+    network = builder.build();
+  } else {
+    network = ReadFormat(text, file, format, options, warnings);
+  }
   if (network.interactionCount() == 0 && !options.allowEmpty) {
     std::string message = "the file holds no interaction the reader could use (read as " +
                           std::string(FormatDescription(format));
@@ -288,13 +193,20 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
   return network;
 }
 
+}  // namespace
+
+Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
+                        Warnings* warnings) {
+  return ReadText(text, nullptr, file, options, warnings);
+}
+
 namespace {
 
 Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
                    const ReadOptions& options, Warnings* warnings) {
   switch (format) {
     case NetworkFormat::Sig:
-      return ReadSigText(text, file, warnings);
+      return ReadSigText(text, file, warnings, options.threads);
     case NetworkFormat::Pairs:
       return ReadTwoColumnText(text, file, warnings);
     case NetworkFormat::PsiMi:
@@ -321,7 +233,8 @@ Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat
 
 Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
                     Warnings* warnings) {
-  return ReadNetworkText(ReadWholeFile(path), path.string(), options, warnings);
+  std::string text = ReadWholeFile(path);
+  return ReadText(text, &text, path.string(), options, warnings);
 }
 
 Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, Warnings* warnings) {

@@ -73,10 +73,18 @@ struct ReadOptions {
   // A file from which the reader takes no interaction (only molecules, or nothing it could
   // use) is an InputError unless this is set.
   bool allowEmpty = false;
+  // Threads for reading large SIG files (0: one per core).
+  unsigned threads = 0;
 };
 
-// The 13-column SIG format. `file` names the source in messages.
-Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings = nullptr);
+// The 13-column SIG format. `file` names the source in messages. `threads` (0: one per
+// core) scan pieces of a large text in parallel; the network is the same for any number.
+Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings = nullptr,
+                    unsigned threads = 1);
+// The rows of a SIG text added to `builder`, for a caller that frees the text before
+// building the network.
+void ReadSigRows(std::string_view text, const std::string& file, Warnings* warnings,
+                 unsigned threads, NetworkBuilder& builder);
 
 // Two fields per line: source name and target name.
 Network ReadTwoColumnText(std::string_view text, const std::string& file,

@@ -24,7 +24,9 @@ std::string Abbreviate(std::string_view s, std::size_t maxChars = 80);
 // White space: blanks (space, tab, '\r', '\v', '\f') and line breaks ('\n').
 bool IsSpace(char c);
 // Blanks within a line: white space other than '\n'.
-bool IsBlank(char c);
+inline bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
+}
 
 // Strips white space, line breaks included, from both ends.
 std::string_view Trim(std::string_view s);

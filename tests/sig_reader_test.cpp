@@ -1,0 +1,128 @@
+// The SIG reader scans large texts in pieces, on several threads: whatever the number of
+// threads, the network must be the one that adding the rows one by one gives.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "model/line_fields.h"
+#include "model/readers.h"
+#include "util/error.h"
+
+namespace tessel {
+namespace {
+
+// About `rows` lines over 300 molecules: repeated pairs, rows that fill a molecule's
+// unknown fields or disagree with them, names with a leading digit (and the same names
+// with the "P" the reader puts before them), unknown effects, PubMed ids that are no
+// numbers, blank lines.
+std::string MixedText(std::size_t rows, unsigned seed) {
+  std::mt19937 random(seed);
+  const auto pick = [&random](std::size_t n) {
+    return std::uniform_int_distribution<std::size_t>(0, n - 1)(random);
+  };
+  const auto name = [&](std::size_t m) {
+    if (m % 50 == 7) return std::to_string(m) + "x";
+    if (m % 50 == 8) return "P" + std::to_string(m - 1) + "x";
+    return "M" + std::to_string(m);
+  };
+  const char* types[] = {"Kinase", "TF", "NA", "Ligand"};
+  const char* effects[] = {"+", "+", "_", "0", "activates"};
+  const auto end = [&](std::size_t m) {
+    const std::string accession = pick(20) == 0 ? "NA" : "P" + std::to_string(10000 + m);
+    const std::string type = pick(15) == 0 ? types[pick(4)] : types[m % 2];
+    return name(m) + " " + accession + " NA " + type + (pick(25) == 0 ? " Nucleus" : " Cytosol");
+  };
+  std::string text;
+  for (std::size_t r = 0; r < rows; ++r) {
+    if (pick(40) == 0) text += "  \n";
+    const std::size_t a = pick(300), b = pick(12) == 0 ? a : pick(300);
+    text += end(a) + " " + end(b) + " " + effects[pick(5)] + (pick(9) == 0 ? " binding " : " NA ");
+    text += pick(60) == 0 ? "x" + std::to_string(r) : std::to_string(1000 + pick(40));
+    text += "\n";
+  }
+  return text;
+}
+
+// The network built by adding each row in turn.
+Network RowByRow(std::string_view text) {
+  NetworkBuilder builder;
+  std::array<std::string_view, 13> f;
+  std::string source, target;
+  std::size_t number = 0;
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    ++number;
+    if (SplitLine(line, f) != 13) continue;
+    const auto prefixed = [](std::string_view n, std::string& buffer) -> std::string_view {
+      if (n[0] < '0' || n[0] > '9') return n;
+      return buffer = "P" + std::string(n);
+    };
+    bool numeric = true;
+    builder.addRow({prefixed(f[0], source), f[1], f[2], f[3], f[4]},
+                   {prefixed(f[5], target), f[6], f[7], f[8], f[9]}, f[10], f[11],
+                   ParsePubmedId(f[12], numeric), number);
+  }
+  return builder.build();
+}
+
+// Everything a reader decides: rows, molecule fields, merge conflicts and their lines.
+std::string Fingerprint(const Network& network) {
+  std::string out = SigText(network);
+  for (const Molecule& m : network.molecules()) {
+    out += m.name + " " + m.accession + " " + m.extraId + " " + m.moleculeType + " " + m.location +
+           "\n";
+  }
+  for (const RowConflict& c : network.conflicts()) {
+    out += std::to_string(c.interaction) + " " + c.effect + " " + c.interactionType + " " +
+           std::to_string(c.line) + "\n";
+  }
+  for (const MoleculeConflict& c : network.moleculeConflicts()) {
+    out += std::to_string(c.molecule) + " " + c.value + " " + std::to_string(c.line) + " " +
+           std::to_string(c.rows) + "\n";
+  }
+  return out;
+}
+
+TEST(SigReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
+  const std::string text = MixedText(30000, 5);  // about 2 MB: dozens of pieces
+  const Network expected = RowByRow(text);
+  ASSERT_GT(expected.moleculeConflicts().size(), 10u);
+  ASSERT_GT(expected.conflicts().size(), 10u);
+  std::vector<std::string> expectedWarnings;
+  for (const unsigned threads : {1u, 2u, 3u}) {
+    Warnings warnings;
+    const Network network = ReadSigText(text, "mixed.sig", &warnings, threads);
+    EXPECT_EQ(Fingerprint(network), Fingerprint(expected)) << threads << " threads";
+    if (threads == 1) {
+      expectedWarnings = warnings.lines();
+      EXPECT_EQ(warnings.size(), 2u);  // the unknown effect and the PubMed ids
+    }
+    EXPECT_EQ(warnings.lines(), expectedWarnings) << threads << " threads";
+  }
+}
+
+TEST(SigReaderPieces, BadLinesAndTheEndOfDataInLaterPieces) {
+  std::string text = MixedText(20000, 9);
+  const std::size_t lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  for (const unsigned threads : {1u, 3u}) {
+    std::string bad = text + "A B C\n" + text;
+    try {
+      ReadSigText(bad, "bad.sig", nullptr, threads);
+      ADD_FAILURE() << "no error";
+    } catch (const InputError& e) {
+      EXPECT_EQ(e.line(), lines + 1) << e.what();
+    }
+    // "na" ends the data: the rows after it are checked but not read.
+    std::string ended = text + "na x x x x y y y y y + NA 1\n" + MixedText(3000, 2);
+    EXPECT_EQ(Fingerprint(ReadSigText(ended, "e.sig", nullptr, threads)),
+              Fingerprint(RowByRow(text)));
+    ended += "A B C\n";
+    EXPECT_THROW(ReadSigText(ended, "e.sig", nullptr, threads), InputError);
+  }
+}
+
+}  // namespace
+}  // namespace tessel
