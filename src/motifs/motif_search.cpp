@@ -388,12 +388,15 @@ class Searcher {
   // that comes first (the walk meets that one first and kept it). A pair of molecules has
   // at most one interaction each way, so the order of the molecules decides.
   void keepLoop() {
-    const std::size_t k = traits_.size;
+    const std::size_t k = std::min(traits_.size, kMaxSize);
     // The other molecules in every order before the loop's own, smallest first. The
     // marks settle the links from and back to s; only the inner links are looked up.
     std::array<std::uint32_t, kMaxSize> order = path_;
     const auto last = order.begin() + static_cast<std::ptrdiff_t>(k);
-    std::sort(order.begin() + 1, last);
+    for (std::size_t i = 2; i < k; ++i) {  // insertion sort of the few molecules after s
+      for (std::size_t j = i; j > 1 && order[j] < order[j - 1]; --j)
+        std::swap(order[j], order[j - 1]);
+    }
     const auto isOwn = [&] {
       for (std::size_t i = 1; i < k; ++i) {
         if (order[i] != path_[i]) return false;
