@@ -237,6 +237,14 @@ TEST(CliDrawingCommands, MotifsDrawExportAndMatrixWriteWhatTheySay) {
                 .find("Showing drawings of the first 1 of " +
                       std::to_string(j["bifan"]["total"].get<int>()) + " motifs"),
             std::string::npos);
+  // Counts only: the same counts, nothing written.
+  const auto counted = (dir / "counted").string();
+  r = RunTessel(
+      dir, {"motifs", "--json", "-q", "--kinds", "fbl3,bifan", "--no-pages", "-o", counted, lbc});
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  EXPECT_EQ(nlohmann::json::parse(r.out),
+            nlohmann::json({{"fbl3", j["fbl3"]}, {"bifan", j["bifan"]}}));
+  EXPECT_FALSE(fs::exists(fs::path(counted) / "TESSEL_motifs"));
 
   r = RunTessel(dir, {"draw", "-q", "--base", "whole", "-o", out, lbc});
   ASSERT_EQ(r.exitCode, 0) << r.err;

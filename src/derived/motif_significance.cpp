@@ -87,8 +87,7 @@ std::vector<std::vector<double>> RandomMotifCounts(const Network& network,
     std::vector<MotifResult> results;
     for (const MotifKind kind : kinds) {
       SilentProgress silent(worker);
-      results.push_back(FindMotifs(randomNetwork, kind, silent, 1));
-      results.back().releaseMotifs();
+      results.push_back(CountMotifs(randomNetwork, kind, silent, 1));
     }
     for (const double v : MotifCountRow(kinds, results)) out.f64(v);
     ++counted;

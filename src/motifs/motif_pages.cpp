@@ -240,6 +240,19 @@ std::string MotifLimitProblem(const Network& network, const std::vector<MotifKin
 MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable& colors,
                                    const MotifCommandOptions& options, const fs::path& outputDir,
                                    Progress& progress) {
+  if (!options.pages) {
+    MotifCommandResult counts;
+    for (const MotifKind kind : MotifCommandOrder()) {
+      if (std::find(options.kinds.begin(), options.kinds.end(), kind) == options.kinds.end()) {
+        continue;
+      }
+      const std::string status = MotifStatusText(kind);
+      progress.report(0, 1, status);
+      NamedProgress searchProgress(progress, status);
+      counts.results.push_back(CountMotifs(network, kind, searchProgress, options.threads));
+    }
+    return counts;
+  }
   if (!options.force) {
     if (const std::string problem = MotifLimitProblem(network, options.kinds, options.maxMotifs);
         !problem.empty()) {

@@ -77,6 +77,9 @@ std::string MotifLimitProblem(const Network& network, const std::vector<MotifKin
 struct MotifCommandOptions {
   std::vector<MotifKind> kinds;  // any order; processed in MotifCommandOrder()
   bool drawings = true;          // false draws nothing, as maxDrawings 0 does
+  // false counts only (CountMotifs): no folder, pages or drawings, and no limit, since
+  // the counts take the same memory for any number of motifs.
+  bool pages = true;
   unsigned threads = 0;
   std::size_t maxDrawings = kDefaultMaxDrawings;  // per kind
   std::size_t maxMotifs = kDefaultMaxMotifs;      // per kind, as estimated beforehand
@@ -87,8 +90,8 @@ struct MotifCommandOptions {
 
 struct MotifCommandResult {
   std::vector<MotifResult> results;  // in processing order
-  std::filesystem::path folder;      // the TESSEL_motifs folder
-  std::filesystem::path indexPage;   // motifs.htm
+  std::filesystem::path folder;      // the TESSEL_motifs folder (empty without pages)
+  std::filesystem::path indexPage;   // motifs.htm (empty without pages)
 };
 
 // Runs the searches and writes pages (and drawings) below `outputDir`/TESSEL_motifs. Throws

@@ -1,11 +1,17 @@
 // Motif search.
 //
-// Every motif kind is a cycle of the network seen without directions: three molecules for
-// feedback loops of 3, FFL3 and scaffolds, four for FFL4, bifans and feedback loops of 4,
-// five for feedback loops of 5. Each molecule set is searched for from one anchor only,
-// the member ranked highest by (number of partners, id), and only through molecules ranked
-// below the anchor. Sets found from different anchors are therefore different, so no
-// global seen-set is needed, and hubs are only crossed from the few anchors above them.
+// Feedback loops are directed cycles, searched from their smallest molecule s only: a walk
+// from s along out-links to higher molecules, where the last two molecules must be among
+// those marked beforehand as one and two links away from s. Out-links are sorted, so the
+// loops from s come in the canonical order, and a set that closes several loops keeps the
+// first, the one whose molecules come in the smallest order.
+//
+// Every other kind is a cycle of the network seen without directions: three molecules for
+// FFL3 and scaffolds, four for FFL4 and bifans. Each molecule set is searched for from one
+// anchor only, the member ranked highest by (number of partners, id), and only through
+// molecules ranked below the anchor. Sets found from different anchors are therefore
+// different, so no global seen-set is needed, and hubs are only crossed from the few
+// anchors above them.
 //
 // A set can carry several instances of its kind (reciprocal links, several directed
 // cycles on the same molecules). Every instance is written as a sequence of molecules in
@@ -30,7 +36,6 @@
 #include <span>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 
 #include "util/parallel.h"
@@ -181,6 +186,12 @@ struct Graph {
                                      [](const Link& l, std::uint32_t x) { return l.node < x; });
     return it != row.end() && it->node == v ? it->interaction : kNone;
   }
+  // The links of a row that lead to molecules after `u` (rows are sorted by molecule).
+  static std::span<const Link> after(std::span<const Link> row, std::uint32_t u) {
+    return {
+        std::partition_point(row.begin(), row.end(), [u](const Link& l) { return l.node <= u; }),
+        row.end()};
+  }
   // Partners of u ranked below `limit`.
   std::span<const Partner> below(std::uint32_t u, std::uint32_t limit) const {
     const auto row = around[u];
@@ -190,7 +201,9 @@ struct Graph {
   }
 };
 
-Graph BuildGraph(const Network& network, bool neutral, unsigned threads) {
+// Feedback loops need the directed links only (`loops`); the other kinds also need the
+// partners ranked.
+Graph BuildGraph(const Network& network, bool neutral, bool loops, unsigned threads) {
   Graph g;
   g.n = network.moleculeCount();
   const auto& interactions = network.interactions();
@@ -208,15 +221,17 @@ Graph BuildGraph(const Network& network, bool neutral, unsigned threads) {
       const auto i = static_cast<std::uint32_t>(k);
       const Interaction& x = interactions[i];
       g.negative[i] = x.effect == "_";
-      if (x.source == x.target || x.isSigned() == neutral) continue;
+      if (x.source == x.target || (x.effect == "0") != neutral) continue;
       const std::uint32_t s = x.source - 1;
       const std::uint32_t t = x.target - 1;
       if (!neutral) {
         share.out.push_back({s, {t, i}});
         share.in.push_back({t, {s, i}});
       }
-      share.around.push_back({s, {t, i, 0}});
-      share.around.push_back({t, {s, i, 0}});
+      if (!loops) {
+        share.around.push_back({s, {t, i, 0}});
+        share.around.push_back({t, {s, i, 0}});
+      }
     }
   });
   const auto byNode = [](const auto& a, const auto& b) {
@@ -227,6 +242,7 @@ Graph BuildGraph(const Network& network, bool neutral, unsigned threads) {
   g.in.assign(g.n, shares, &Share::in);
   g.in.sortRows(threads, byNode);
 
+  if (loops) return g;
   // One entry per partner, with the lowest interaction.
   g.around.assign(g.n, shares, &Share::around);
   shares.clear();
@@ -251,20 +267,6 @@ struct Found {
   std::array<std::uint32_t, kMaxSize> molecules{};  // 0-based, cyclic order
   std::array<std::uint32_t, kMaxSize> interactions{};
   std::int8_t sign = 0;
-};
-
-// Sorted molecule indices of a set, padded with kNone.
-using SetKey = std::array<std::uint32_t, kMaxSize>;
-
-struct SetKeyHash {
-  std::size_t operator()(const SetKey& key) const noexcept {
-    std::uint64_t h = 0x9e3779b97f4a7c15ull;
-    for (const std::uint32_t v : key) {
-      h ^= v + 0x9e3779b97f4a7c15ull + (h << 6) + (h >> 2);
-      h *= 0xff51afd7ed558ccdull;
-    }
-    return static_cast<std::size_t>(h ^ (h >> 33));
-  }
 };
 
 // Direction patterns: bit i set means pair i runs backward, from molecules[i + 1] to
@@ -312,7 +314,7 @@ int SignOf(const Graph& g, std::span<const std::uint32_t> interactions) {
 class Searcher {
  public:
   Searcher(const Graph& g, const KindTraits& traits)
-      : g_(g), traits_(traits), stamp_(g.n, 0), dist_(g.n, 0), value_(g.n, 0), onPath_(g.n, 0) {}
+      : g_(g), traits_(traits), stamp_(g.n, 0), near_(g.n, 0), from_(g.n, 0), value_(g.n, 0) {}
 
   void search(std::uint32_t anchor) {
     if (traits_.directedLoop) {
@@ -331,86 +333,92 @@ class Searcher {
   void nextStamp() {
     if (++generation_ == 0) {
       std::fill(stamp_.begin(), stamp_.end(), 0);
+      std::fill(near_.begin(), near_.end(), 0);
+      std::fill(from_.begin(), from_.end(), 0);
       generation_ = 1;
     }
   }
 
-  // Feedback loops through `s` whose other molecules all rank below it. A backward
-  // breadth-first search first gives each molecule its distance to s (within that
-  // ranking), so the walk only enters molecules from which s is still reachable in the
-  // links left.
+  // Feedback loops whose smallest molecule is `s`, walked from s along out-links to
+  // higher molecules. The molecules after s that link to s (one step back) and those that
+  // link to one of them (two steps back) are marked first: the last molecule of a loop
+  // must be among the first and the one before it among the second. Rows are sorted by
+  // molecule, so the loops from s come in increasing order of their molecules.
   void loopsFrom(std::uint32_t s) {
-    const std::uint32_t k = static_cast<std::uint32_t>(traits_.size);
-    const std::uint32_t limit = g_.rank[s];
+    const auto into = Graph::after(g_.in[s], s);
+    if (into.empty()) return;
     nextStamp();
-    stamp_[s] = generation_;
-    dist_[s] = 0;
-    queue_.assign(1, s);
-    for (std::size_t head = 0; head < queue_.size(); ++head) {
-      const std::uint32_t u = queue_[head];
-      if (dist_[u] + 1 >= k) break;  // farther molecules cannot close a loop of k
-      for (const Link& l : g_.in[u]) {
-        if (g_.rank[l.node] >= limit || stamp_[l.node] == generation_) continue;
-        stamp_[l.node] = generation_;
-        dist_[l.node] = dist_[u] + 1;
-        value_[l.node] = l.interaction;  // for distance 1: the link closing the loop
-        queue_.push_back(l.node);
-      }
+    for (const Link& l : into) {
+      stamp_[l.node] = generation_;
+      value_[l.node] = l.interaction;  // the link closing the loop
     }
-    if (queue_.size() < k) return;
-    sets_.clear();
+    for (const Link& l : into) {
+      for (const Link& m : Graph::after(g_.in[l.node], s)) near_[m.node] = generation_;
+    }
+    for (const Link& l : Graph::after(g_.out[s], s)) from_[l.node] = generation_;
     path_[0] = s;
     walk(s, 1);
   }
 
-  void walk(std::uint32_t u, std::uint32_t depth) {
-    const std::uint32_t k = static_cast<std::uint32_t>(traits_.size);
-    const std::uint32_t limit = g_.rank[path_[0]];
-    for (const Link& l : g_.out[u]) {
+  // Chooses the molecule at loop position `j` among the successors of `u`.
+  void walk(std::uint32_t u, std::size_t j) {
+    const std::size_t left = traits_.size - j;  // links still to take after this one
+    const std::uint32_t s = path_[0];
+    for (const Link& l : Graph::after(g_.out[u], s)) {
       const std::uint32_t v = l.node;
-      if (g_.rank[v] >= limit || stamp_[v] != generation_ || dist_[v] > k - depth ||
-          onPath_[v] != 0) {
+      if ((left == 1 && stamp_[v] != generation_) || (left == 2 && near_[v] != generation_)) {
         continue;
       }
-      path_[depth] = v;
-      links_[depth - 1] = l.interaction;
-      if (depth + 1 == k) {
-        // dist_[v] is 1 here: v closes the loop.
-        links_[depth] = value_[v];
+      if (std::find(path_.begin() + 1, path_.begin() + static_cast<std::ptrdiff_t>(j), v) !=
+          path_.begin() + static_cast<std::ptrdiff_t>(j)) {
+        continue;
+      }
+      path_[j] = v;
+      links_[j - 1] = l.interaction;
+      if (left == 1) {
+        links_[j] = value_[v];
         keepLoop();
-        continue;
+      } else {
+        walk(v, j + 1);
       }
-      onPath_[v] = 1;
-      walk(v, depth + 1);
-      onPath_[v] = 0;
     }
   }
 
-  // Keeps the loop in path_/links_, written from its smallest molecule, unless its set
-  // already has a smaller instance.
+  // Keeps the loop in path_/links_ unless its molecules also close a loop in an order
+  // that comes first (the walk meets that one first and kept it). A pair of molecules has
+  // at most one interaction each way, so the order of the molecules decides.
   void keepLoop() {
-    const std::size_t k = traits_.size;
-    const std::size_t first = static_cast<std::size_t>(
-        std::min_element(path_.begin(), path_.begin() + k) - path_.begin());
-    Found f;
-    for (std::size_t i = 0; i < k; ++i) {
-      f.molecules[i] = path_[(first + i) % k];
-      f.interactions[i] = links_[(first + i) % k];
+    const std::size_t k = std::min(traits_.size, kMaxSize);
+    // The other molecules in every order before the loop's own, smallest first. The
+    // marks settle the links from and back to s; only the inner links are looked up.
+    std::array<std::uint32_t, kMaxSize> order = path_;
+    const auto last = order.begin() + static_cast<std::ptrdiff_t>(k);
+    for (std::size_t i = 2; i < k; ++i) {  // insertion sort of the few molecules after s
+      for (std::size_t j = i; j > 1 && order[j] < order[j - 1]; --j)
+        std::swap(order[j], order[j - 1]);
     }
-    f.sign = static_cast<std::int8_t>(SignOf(g_, {f.interactions.data(), k}));
-    SetKey key;
-    key.fill(kNone);
-    std::copy_n(f.molecules.begin(), k, key.begin());
-    std::sort(key.begin(), key.end());  // the kNone padding stays last
-    const auto [it, inserted] = sets_.try_emplace(key, found_.size());
-    if (inserted) {
-      found_.push_back(f);
-    } else {
-      Found& kept = found_[it->second];
-      if (std::tie(f.molecules, f.interactions) < std::tie(kept.molecules, kept.interactions)) {
-        kept = f;
+    const auto isOwn = [&] {
+      for (std::size_t i = 1; i < k; ++i) {
+        if (order[i] != path_[i]) return false;
       }
+      return true;
+    };
+    for (; !isOwn(); std::next_permutation(order.begin() + 1, last)) {
+      if (from_[order[1]] != generation_ || stamp_[order[k - 1]] != generation_ ||
+          near_[order[k - 2]] != generation_) {
+        continue;
+      }
+      bool closes = true;
+      for (std::size_t i = 1; closes && i + 1 < k; ++i) {
+        closes = g_.find(order[i], order[i + 1]) != kNone;
+      }
+      if (closes) return;
     }
+    Found f;
+    std::copy_n(path_.begin(), k, f.molecules.begin());
+    std::copy_n(links_.begin(), k, f.interactions.begin());
+    f.sign = static_cast<std::int8_t>(SignOf(g_, {f.interactions.data(), k}));
+    found_.push_back(f);
   }
 
   // Triangles whose highest-ranked molecule is `m`: m, a partner a below it, and a
@@ -537,13 +545,11 @@ class Searcher {
   // Per-molecule scratch, valid where stamp_ equals generation_.
   std::vector<std::uint32_t> stamp_;
   std::uint32_t generation_ = 0;
-  std::vector<std::uint32_t> dist_;
+  std::vector<std::uint32_t> near_;  // two steps from the start of a loop
+  std::vector<std::uint32_t> from_;  // one step after the start of a loop
   std::vector<std::uint32_t> value_;
-  std::vector<std::uint8_t> onPath_;
-  std::vector<std::uint32_t> queue_;
   std::array<std::uint32_t, kMaxSize> path_{};
   std::array<std::uint32_t, kMaxSize> links_{};
-  std::unordered_map<SetKey, std::size_t, SetKeyHash> sets_;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> wedges_;  // (a, next wedge)
   std::vector<std::uint32_t> touched_;
   std::vector<std::array<std::uint32_t, 4>> quads_;
@@ -691,8 +697,13 @@ double EstimateMotifCount(const Network& network, MotifKind kind) {
   return sum;
 }
 
-MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
-                       unsigned threads) {
+namespace {
+
+// Searches one kind. With `keep` the result lists every motif in canonical order;
+// without, each batch of anchors is tallied as soon as it is searched and its motifs
+// dropped, so that only counts and hits are held.
+MotifResult Search(const Network& network, MotifKind kind, Progress& progress, unsigned threads,
+                   bool keep) {
   const KindTraits traits = TraitsOf(kind);
   const std::size_t n = network.moleculeCount();
   MotifResult result;
@@ -706,24 +717,65 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
   const std::size_t batches = (n + batchSize - 1) / batchSize;
   threads = static_cast<unsigned>(std::min<std::size_t>(ResolveThreads(threads), batches));
 
-  const Graph g = BuildGraph(network, traits.neutral, threads);
-  // Anchors from the highest rank down. Batch b takes every batches-th anchor from b on,
-  // so that each batch mixes costly anchors (hubs) with cheap ones and the load stays
-  // balanced between threads.
+  const Graph g = BuildGraph(network, traits.neutral, traits.directedLoop, threads);
+  // Feedback loops are anchored at their smallest molecule, the other kinds at their
+  // highest-ranked one; anchors from the highest rank down. Batch b takes every
+  // batches-th anchor from b on, so that each batch mixes costly anchors (hubs) with
+  // cheap ones and the load stays balanced between threads.
   std::vector<std::uint32_t> anchors(n);
-  for (std::uint32_t u = 0; u < n; ++u) anchors[n - 1 - g.rank[u]] = u;
+  if (traits.directedLoop) {
+    std::iota(anchors.begin(), anchors.end(), 0u);
+  } else {
+    for (std::uint32_t u = 0; u < n; ++u) anchors[n - 1 - g.rank[u]] = u;
+  }
 
+  const std::size_t k = traits.size;
+  const bool isSigned = MotifIsSigned(kind);
   std::vector<Searcher> searchers;
   searchers.reserve(threads);
   for (unsigned t = 0; t < threads; ++t) searchers.emplace_back(g, traits);
+  // Counts and hits of the motifs tallied by each thread (counting only).
+  struct Tally {
+    std::size_t total = 0, positive = 0, negative = 0;
+    std::vector<std::uint32_t> hits;
+  };
+  std::vector<Tally> tallies(keep ? 0 : threads);
+  for (Tally& t : tallies) t.hits.assign(n, 0);
+  // Feedback loops come out of each anchor in canonical order, and the anchors are the
+  // molecules in order: each batch keeps its loops and where each anchor's loops start,
+  // and the batches are then read anchor by anchor, without sorting.
+  const bool inOrder = keep && traits.directedLoop;
+  std::vector<std::vector<Found>> batchFound(inOrder ? batches : 0);
+  std::vector<std::vector<std::size_t>> batchStarts(inOrder ? batches : 0);
   // Batch b holds the anchors b, b + batches, ...; the calling thread reports the anchors
   // of the batches finished so far.
   const auto anchorsIn = [&](std::size_t b) { return (n - b + batches - 1) / batches; };
   std::size_t done = 0;
   ParallelFor(batches, threads, progress,
               [&](std::size_t batch, ParallelWorker& worker) {
-                for (std::size_t i = batch; i < n; i += batches)
-                  searchers[worker.index()].search(anchors[i]);
+                Searcher& searcher = searchers[worker.index()];
+                if (inOrder) {
+                  std::vector<std::size_t>& starts = batchStarts[batch];
+                  for (std::size_t i = batch; i < n; i += batches) {
+                    starts.push_back(searcher.found().size());
+                    searcher.search(anchors[i]);
+                  }
+                  starts.push_back(searcher.found().size());
+                  batchFound[batch].swap(searcher.found());
+                  searcher.found().clear();
+                  return;
+                }
+                for (std::size_t i = batch; i < n; i += batches) searcher.search(anchors[i]);
+                if (keep) return;
+                // Every set is found from one anchor only: the batch's motifs are distinct
+                // from all others.
+                Tally& tally = tallies[worker.index()];
+                for (const Found& f : searcher.found()) {
+                  for (std::size_t i = 0; i < k; ++i) ++tally.hits[f.molecules[i]];
+                  if (isSigned) ++(f.sign > 0 ? tally.positive : tally.negative);
+                }
+                tally.total += searcher.found().size();
+                searcher.found().clear();
               },
               {.itemDone =
                    [&](std::size_t batch, std::size_t) {
@@ -732,14 +784,37 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
                    },
                .tick = {}});
 
-  // Every set was found from one anchor only, so the lists of the threads are disjoint;
-  // ordered by molecules they give the same list for any thread count.
+  if (!keep) {
+    for (const Tally& t : tallies) {
+      result.released += t.total;
+      result.positive += t.positive;
+      result.negative += t.negative;
+      for (std::size_t u = 0; u < n; ++u) result.hits[u] += t.hits[u];
+    }
+    progress.report(n, n, traits.task);
+    return result;
+  }
+
+  std::vector<Found> all;
+  std::size_t count = 0;
+  if (inOrder) {
+    for (const auto& b : batchFound) count += b.size();
+    all.reserve(count);
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::vector<Found>& found = batchFound[i % batches];
+      const std::vector<std::size_t>& starts = batchStarts[i % batches];
+      const std::size_t j = i / batches;
+      all.insert(all.end(), found.begin() + static_cast<std::ptrdiff_t>(starts[j]),
+                 found.begin() + static_cast<std::ptrdiff_t>(starts[j + 1]));
+    }
+    batchFound.clear();
+  }
+  // Otherwise every set was found from one anchor only, so the lists of the threads are
+  // disjoint; ordered by molecules they give the same list for any thread count.
   const auto byMolecules = [](const Found& a, const Found& b) { return a.molecules < b.molecules; };
   OnThreads(threads, [&](unsigned t) {
     std::sort(searchers[t].found().begin(), searchers[t].found().end(), byMolecules);
   });
-  std::vector<Found> all;
-  std::size_t count = 0;
   for (auto& s : searchers) count += s.found().size();
   all.reserve(count);
   for (auto& s : searchers) {
@@ -749,8 +824,6 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
     std::vector<Found>().swap(s.found());
   }
 
-  const std::size_t k = traits.size;
-  const bool isSigned = MotifIsSigned(kind);
   for (const Found& f : all) {
     for (std::size_t i = 0; i < k; ++i) ++result.hits[f.molecules[i]];
     if (isSigned) ++(f.sign > 0 ? result.positive : result.negative);
@@ -769,6 +842,18 @@ MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progres
   });
   progress.report(n, n, traits.task);
   return result;
+}
+
+}  // namespace
+
+MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
+                       unsigned threads) {
+  return Search(network, kind, progress, threads, true);
+}
+
+MotifResult CountMotifs(const Network& network, MotifKind kind, Progress& progress,
+                        unsigned threads) {
+  return Search(network, kind, progress, threads, false);
 }
 
 }  // namespace tessel

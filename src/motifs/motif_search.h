@@ -113,4 +113,10 @@ double EstimateMotifCount(const Network& network, MotifKind kind);
 MotifResult FindMotifs(const Network& network, MotifKind kind, Progress& progress,
                        unsigned threads = 0);
 
+// The counts of FindMotifs (total, positive, negative, hits) without the list: `motifs`
+// stays empty and `released` holds the total. Only the counts are kept while searching, so
+// the memory does not grow with the number of motifs.
+MotifResult CountMotifs(const Network& network, MotifKind kind, Progress& progress,
+                        unsigned threads = 0);
+
 }  // namespace tessel

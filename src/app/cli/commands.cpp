@@ -304,6 +304,10 @@ Command AddMotifsCommand(CLI::App& app) {
       ->check(CLI::IsMember(names));
   command->add_flag("--no-drawings", s->motifs.noDrawings,
                     "write the pages without a drawing per motif");
+  CLI::Option* noPages = command->add_flag(
+      "--no-pages", s->motifs.noPages,
+      "print the counts only and write nothing; the search then keeps counts, not motifs, "
+      "so no --max-motifs limit applies");
   command
       ->add_option("--max-drawings", s->motifs.maxDrawings,
                    "draw at most N motifs of each kind and list the others by name; 0 draws "
@@ -321,7 +325,8 @@ Command AddMotifsCommand(CLI::App& app) {
       ->add_option("--significance", s->motifs.significance,
                    "compare the counts with those of N random networks: mean, SD, z-score and "
                    "empirical p-values; writes TESSEL_motifs/significance.htm")
-      ->check(CLI::Range(1, 1000000));
+      ->check(CLI::Range(1, 1000000))
+      ->excludes(noPages);
   command
       ->add_option("--random-kind", s->motifs.randomKind,
                    "random networks for --significance: swap, effects or er (default: swap)")
@@ -385,6 +390,7 @@ int RunMotifs(const CommonOptions& given, const MotifOptions& motifOptions, Rank
   const CommonOptions options = OptionsOfRank(given, group);
   MotifCommandOptions command;
   command.drawings = !motifOptions.noDrawings;
+  command.pages = !motifOptions.noPages;
   if (motifOptions.maxDrawings) command.maxDrawings = *motifOptions.maxDrawings;
   if (motifOptions.maxMotifs) command.maxMotifs = *motifOptions.maxMotifs;
   command.force = motifOptions.force;
@@ -460,7 +466,7 @@ int RunMotifs(const CommonOptions& given, const MotifOptions& motifOptions, Rank
       }
       j[std::string(MotifKindName(r.kind))] = counts;
     }
-    j["page"] = result.indexPage.string();
+    if (command.pages) j["page"] = result.indexPage.string();
     if (significance) {
       j["seed"] = settings.seed;
       j["random_kind"] = motifOptions.randomKind;
@@ -477,7 +483,7 @@ int RunMotifs(const CommonOptions& given, const MotifOptions& motifOptions, Rank
       }
       std::cout << "\n";
     }
-    std::cout << "Motif pages: " << result.indexPage.string() << "\n";
+    if (command.pages) std::cout << "Motif pages: " << result.indexPage.string() << "\n";
     if (significance) {
       std::cout << "Against " << settings.count << " random networks (seed " << settings.seed
                 << "):\n";

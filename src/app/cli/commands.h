@@ -72,6 +72,7 @@ int RunSave(const CommonOptions& options, const std::string& to);
 struct MotifOptions {
   std::vector<std::string> kinds;  // empty: the six kinds of the motif page
   bool noDrawings = false;
+  bool noPages = false;                    // counts only
   std::optional<std::size_t> maxDrawings;  // drawings per kind; unset: the core's default
   std::optional<std::size_t> maxMotifs;    // estimated motifs per kind; unset: the default
   bool force = false;                      // search even above the limit
