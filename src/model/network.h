@@ -221,6 +221,8 @@ class NetworkBuilder {
   //
   // The molecule named `name`, or 0.
   MoleculeId findMolecule(std::string_view name) const;
+  // Asks the processor to fetch what findMolecule(name) will read, ahead of the call.
+  void prefetchMolecule(std::string_view name) const { names_.prefetch(name); }
   // When the molecule's last end was `earlier` and this end repeats that one's fields, and
   // repeating them changes nothing: its pooled fields, the end recorded as `stamp`, true.
   // Otherwise false, and the end must be added with addEnd.

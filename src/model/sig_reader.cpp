@@ -163,13 +163,24 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart) {
 // Adds the scanned pieces to the builder in file order.
 class PieceAdder {
  public:
+  static constexpr std::size_t kAhead = 8;
+
   PieceAdder(NetworkBuilder& builder, const std::string& file, Warnings* warnings)
       : builder_(builder), file_(file), warnings_(warnings) {}
 
   void add(const ScannedPiece& piece) {
     molecules_.assign(piece.names.size(), 0);
     pooled_.assign(piece.words.size(), std::nullopt);
-    for (std::size_t r = 0; r < piece.rows.size(); ++r) addRow(piece, r);
+    for (std::size_t r = 0; r < piece.rows.size(); ++r) {
+      // The name look-ups of a row a few rows on are started now: they mostly miss the
+      // cache, and by the time that row is added the entries are there.
+      if (r + kAhead < piece.rows.size()) {
+        for (const std::uint32_t name : piece.rows[r + kAhead].name) {
+          if (molecules_[name] == 0) builder_.prefetchMolecule(piece.names[name]);
+        }
+      }
+      addRow(piece, r);
+    }
     if (piece.error) fail(piece, *piece.error);
     firstLine_ += piece.lines;
     firstRow_ += piece.rows.size();
