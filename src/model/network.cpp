@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "model/warnings.h"
+#include "util/memory.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -27,6 +28,7 @@ const Interaction* Network::findInteraction(MoleculeId source, MoleculeId target
 
 void NetworkBuilder::reserve(std::size_t rows) {
   net_.interactions_.reserve(rows);
+  PreferHugePages(net_.interactions_.data(), net_.interactions_.capacity() * sizeof(Interaction));
   net_.pairIndex_.reserve(rows);
 }
 
@@ -285,6 +287,7 @@ Network NetworkBuilder::build() {
   // exactly that order, since each pair's first row creates its interaction.
   std::vector<std::pair<MoleculeId, MoleculeId>> ends;
   ends.reserve(net.interactions_.size() * 2);
+  PreferHugePages(ends.data(), ends.capacity() * sizeof(ends[0]));
   for (const Interaction& i : net.interactions_) {
     if (i.source == i.target) continue;
     ends.emplace_back(i.source, i.target);

@@ -12,6 +12,7 @@
 #include <random>
 
 #include "util/error.h"
+#include "util/memory.h"
 
 namespace tessel {
 namespace fs = std::filesystem;
@@ -27,6 +28,8 @@ std::string ReadWholeFile(const fs::path& path) {
   std::string content;
   const auto size = fs::file_size(path, ec);
   if (!ec && size > 0) {
+    content.reserve(static_cast<std::size_t>(size));
+    PreferHugePages(content.data(), content.capacity());
     content.resize(static_cast<std::size_t>(size));
     in.read(content.data(), static_cast<std::streamsize>(size));
     content.resize(static_cast<std::size_t>(in.gcount()));
