@@ -46,10 +46,13 @@ double AverageLinksPerNode(const Network& network);
 
 // Mean of the per-molecule clustering coefficients; molecules with fewer than two
 // neighbours, or no link among their neighbours, have 0 and count in the mean.
-double ClusteringCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr);
+// `threads`: as for CharacteristicPathLength below.
+double ClusteringCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr,
+                             unsigned threads = 1);
 
 // Mean of the per-molecule grid coefficients (the clustering of squares).
-double GridCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr);
+double GridCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr,
+                       unsigned threads = 1);
 
 // Connected components of the undirected neighbour graph.
 struct Islands {

@@ -60,8 +60,8 @@ Statistics ComputeStatistics(const Network& network, Progress& progress, unsigne
   s.linksPerNode = AverageLinksPerNode(network);
   s.islands = FindIslands(network);
   s.pathLength = CharacteristicPathLength(network, progress, threads);
-  s.clustering = ClusteringCoefficient(network, &s.clusteringPerMolecule);
-  s.grid = GridCoefficient(network, &s.gridPerMolecule);
+  s.clustering = ClusteringCoefficient(network, &s.clusteringPerMolecule, threads);
+  s.grid = GridCoefficient(network, &s.gridPerMolecule, threads);
   return s;
 }
 
