@@ -189,5 +189,28 @@ TEST(Metrics, BitParallelSearchAgreesWithPlainSearchAndReportsEachPass) {
   }
 }
 
+TEST(Metrics, CoefficientsOnSeveralThreadsEqualOneThread) {
+  // 5,000 molecules: three blocks of vertices; a few hubs so that blocks differ in cost.
+  std::mt19937_64 rng(11);
+  std::string rows;
+  for (int e = 0; e < 20000; ++e) {
+    const auto end = [&] { return rng() % 4 == 0 ? rng() % 20 : rng() % 5000; };
+    rows += "N" + std::to_string(end()) + " N" + std::to_string(end()) + " +\n";
+  }
+  const Network net = NetworkFromEdges(rows);
+  std::vector<double> clustering, grid;
+  const double cc = ClusteringCoefficient(net, &clustering);
+  const double gc = GridCoefficient(net, &grid);
+  ASSERT_GT(cc, 0);
+  ASSERT_GT(gc, 0);
+  for (const unsigned threads : {2u, 3u}) {
+    std::vector<double> clusteringOf, gridOf;
+    EXPECT_EQ(ClusteringCoefficient(net, &clusteringOf, threads), cc);
+    EXPECT_EQ(GridCoefficient(net, &gridOf, threads), gc);
+    EXPECT_EQ(clusteringOf, clustering);
+    EXPECT_EQ(gridOf, grid);
+  }
+}
+
 }  // namespace
 }  // namespace tessel
