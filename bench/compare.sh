@@ -81,9 +81,20 @@ islands() {
   done | shuf --random-source=<(yes) >"$data/$name.sig"
   rm -rf "$tmp"
 }
+# chain NAME MOLECULES: one chain, the shape where searching from many sources at once
+# gains least (the sources' frontiers do not overlap).
+chain() {
+  [[ -s $data/$1.sig ]] && return
+  awk -v n="$2" 'BEGIN {
+    for (i = 1; i < n; i++)
+      printf "C%d\tP%d\tNA\tKinase\tCytosol\tC%d\tP%d\tNA\tKinase\tCytosol\t+\tphosphorylation\t%d\n",
+        i, 100000 + i, i + 1, 100001 + i, 10000000 + i
+  }' >"$data/$1.sig"
+}
 generate one-10k 10000 40000 --connected
 generate several-10k 10000 40000
 islands many-10k 100 100 400
+chain chain-10k 10000
 generate one-50k 50000 200000 --connected
 generate several-50k 50000 200000
 islands big-and-small-50k 250 100 400 25000 100000
@@ -166,7 +177,7 @@ done
 section "Statistics (seconds; TESSEL median of $runs, igraph median of $igraph_runs)"
 printf '%-18s %9s %14s %11s %11s %10s %8s %9s\n' network molecules "tessel-process" \
   "tessel-all" "tessel-1" igraph ratio "ratio-1"
-for name in one-10k several-10k many-10k one-50k several-50k big-and-small-50k; do
+for name in one-10k several-10k many-10k chain-10k one-50k several-50k big-and-small-50k; do
   sig=$data/$name.sig
   process=$(median "$runs" wall "$bin/tessel" stats --json -q -o "$out" "$sig")
   all=$(median "$runs" "$bin/tessel-time" stats "$sig" 0)
