@@ -70,6 +70,7 @@ TEST(Metrics, IslandsAndPathLengthsByHand) {
   EXPECT_EQ(FindIslands(Network()).count, 0u);
 
   NullProgress progress;
+  EXPECT_TRUE(DistanceSums(Network(), progress, 0).empty());
   const Network pqr = NetworkFromEdges("P Q +\nQ R +\nQ P _\n");  // P-Q counts once
   EXPECT_DOUBLE_EQ(AverageLinksPerNode(pqr), 4.0 / 3);
   EXPECT_EQ(AverageLinksPerNode(Network()), 0.0);

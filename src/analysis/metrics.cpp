@@ -343,7 +343,14 @@ std::vector<std::uint64_t> DistanceSumsOf(const CompactGraph& g, const IslandLab
   const IslandOrderedGraph og = OrderByIslands(g, labels);
   const std::size_t passes = (n + kSourcesPerPass - 1) / kSourcesPerPass;
   const bool popcnt = __builtin_cpu_supports("popcnt");
-  std::vector<SearchScratch> scratch(ResolveThreads(threads));
+  // Each thread keeps buffers over all vertices: on many cores and a huge network, fewer
+  // threads keep them within a budget.
+  constexpr std::size_t kScratchBudget = std::size_t{2} << 30;
+  const std::size_t perThread =
+      std::max<std::size_t>(1, n * (3 * sizeof(SourceMask) + sizeof(std::uint64_t)));
+  threads = static_cast<unsigned>(
+      std::clamp<std::size_t>(kScratchBudget / perThread, 1, ResolveThreads(threads)));
+  std::vector<SearchScratch> scratch(threads);
   progress.report(0, passes, kPathLengthTask);
   ParallelHooks hooks;
   hooks.itemDone = [&](std::size_t, std::size_t finished) {
