@@ -166,8 +166,8 @@ constexpr std::string_view kPathLengthTask = "Characteristic path length";
 struct IslandOrderedGraph {
   CompactGraph graph;
   std::vector<std::uint32_t> original;  // original index of each new index
-  std::vector<std::size_t>
-      islandStart;  // island i owns new indices [islandStart[i], islandStart[i+1])
+  // Island i owns the new indices [islandStart[i], islandStart[i + 1]).
+  std::vector<std::size_t> islandStart;
   std::vector<std::uint32_t> islandOf;  // island of each new index
 };
 
