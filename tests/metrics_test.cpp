@@ -70,6 +70,7 @@ TEST(Metrics, IslandsAndPathLengthsByHand) {
   EXPECT_EQ(FindIslands(Network()).count, 0u);
 
   NullProgress progress;
+  EXPECT_TRUE(DistanceSums(Network(), progress, 0).empty());
   const Network pqr = NetworkFromEdges("P Q +\nQ R +\nQ P _\n");  // P-Q counts once
   EXPECT_DOUBLE_EQ(AverageLinksPerNode(pqr), 4.0 / 3);
   EXPECT_EQ(AverageLinksPerNode(Network()), 0.0);
@@ -124,9 +125,10 @@ struct RecordingProgress : Progress {
 
 TEST(Metrics, BitParallelSearchAgreesWithPlainSearchAndReportsEachPass) {
   std::mt19937_64 rng(7);
-  // Molecules, islands and extra interactions: one to five passes of 64 sources.
-  const std::size_t cases[][3] = {{65, 1, 40},   {127, 1, 10},  {128, 1, 200}, {200, 1, 0},
-                                  {257, 1, 500}, {300, 4, 150}, {191, 3, 60},  {130, 65, 0}};
+  // Molecules, islands and extra interactions: one to three passes of 256 sources, passes
+  // that end inside an island or span several, sparse trees and dense islands.
+  const std::size_t cases[][3] = {{65, 1, 40},    {255, 1, 10},  {256, 1, 2000}, {257, 1, 0},
+                                  {700, 1, 1500}, {600, 4, 300}, {530, 3, 60},   {400, 130, 0}};
   for (const auto& [n, islandCount, extra] : cases) {
     SCOPED_TRACE(n);
     // Molecule i is in island i % islandCount: a random tree per island, then extra links
@@ -165,21 +167,49 @@ TEST(Metrics, BitParallelSearchAgreesWithPlainSearchAndReportsEachPass) {
     RecordingProgress progress, cancelling;
     EXPECT_EQ(DistanceSums(net, progress), sums);
     std::vector<std::pair<std::size_t, std::size_t>> reports;  // before and after each pass
-    for (std::size_t pass = 0, passes = (n + 63) / 64; pass <= passes; ++pass) {
+    for (std::size_t pass = 0, passes = (n + 255) / 256; pass <= passes; ++pass) {
       reports.emplace_back(pass, passes);
     }
     EXPECT_EQ(progress.reports, reports);
-    cancelling.cancelAfter = 1;
-    EXPECT_THROW(DistanceSums(net, cancelling), Cancelled);
+    for (const unsigned threads : {2u, 3u}) {
+      RecordingProgress parallel;
+      EXPECT_EQ(DistanceSums(net, parallel, threads), sums) << threads;
+      EXPECT_EQ(parallel.reports, reports) << threads;
+    }
+    cancelling.cancelAfter = 0;
+    EXPECT_THROW(DistanceSums(net, cancelling, 2), Cancelled);
     std::vector<double> averages;  // none for more than one island
     for (std::size_t v = 0; v < n && islandCount == 1; ++v) {
       averages.push_back(static_cast<double>(sums[v]) / static_cast<double>(n - 1));
     }
-    const PathLength cpl = CharacteristicPathLength(net, progress);
+    const PathLength cpl = CharacteristicPathLength(net, progress, 2);
     EXPECT_EQ(cpl.perMolecule, averages);
     EXPECT_EQ(cpl.islandPerMolecule, islandAverages);
     EXPECT_DOUBLE_EQ(cpl.value, std::accumulate(averages.begin(), averages.end(), 0.0) /
                                     static_cast<double>(n - 1));
+  }
+}
+
+TEST(Metrics, CoefficientsOnSeveralThreadsEqualOneThread) {
+  // 5,000 molecules: three blocks of vertices; a few hubs so that blocks differ in cost.
+  std::mt19937_64 rng(11);
+  std::string rows;
+  for (int e = 0; e < 20000; ++e) {
+    const auto end = [&] { return rng() % 4 == 0 ? rng() % 20 : rng() % 5000; };
+    rows += "N" + std::to_string(end()) + " N" + std::to_string(end()) + " +\n";
+  }
+  const Network net = NetworkFromEdges(rows);
+  std::vector<double> clustering, grid;
+  const double cc = ClusteringCoefficient(net, &clustering);
+  const double gc = GridCoefficient(net, &grid);
+  ASSERT_GT(cc, 0);
+  ASSERT_GT(gc, 0);
+  for (const unsigned threads : {2u, 3u}) {
+    std::vector<double> clusteringOf, gridOf;
+    EXPECT_EQ(ClusteringCoefficient(net, &clusteringOf, threads), cc);
+    EXPECT_EQ(GridCoefficient(net, &gridOf, threads), gc);
+    EXPECT_EQ(clusteringOf, clustering);
+    EXPECT_EQ(gridOf, grid);
   }
 }
 

@@ -46,10 +46,13 @@ double AverageLinksPerNode(const Network& network);
 
 // Mean of the per-molecule clustering coefficients; molecules with fewer than two
 // neighbours, or no link among their neighbours, have 0 and count in the mean.
-double ClusteringCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr);
+// `threads`: as for CharacteristicPathLength below.
+double ClusteringCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr,
+                             unsigned threads = 1);
 
 // Mean of the per-molecule grid coefficients (the clustering of squares).
-double GridCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr);
+double GridCoefficient(const Network& network, std::vector<double>* perMolecule = nullptr,
+                       unsigned threads = 1);
 
 // Connected components of the undirected neighbour graph.
 struct Islands {
@@ -75,12 +78,18 @@ struct PathLength {
   double largestIsland = 0;           // the largest island's characteristic path length
   std::size_t largestIslandSize = 0;  // its molecule count
 };
-PathLength CharacteristicPathLength(const Network& network, Progress& progress);
+//
+// `threads` searches at once (0: one per core); the default of one suits callers that
+// already analyse several networks in parallel.
+PathLength CharacteristicPathLength(const Network& network, Progress& progress,
+                                    unsigned threads = 1);
 
 // For each molecule (indexed by id - 1), the sum of its shortest-path distances to every
-// molecule it can reach. Breadth-first search from 64 molecules per pass; reports one
-// step per pass and throws Cancelled when `progress` asks for it.
-std::vector<std::uint64_t> DistanceSums(const Network& network, Progress& progress);
+// molecule it can reach. Breadth-first search from 64 molecules per pass, island by
+// island, on `threads` threads (0: one per core); reports one step per finished pass and
+// throws Cancelled when `progress` asks for it. The sums do not depend on the thread count.
+std::vector<std::uint64_t> DistanceSums(const Network& network, Progress& progress,
+                                        unsigned threads = 1);
 
 // Shortest-path distances (in links) from one molecule to every molecule, indexed by id - 1;
 // -1 for molecules that cannot be reached.

@@ -47,7 +47,7 @@ void AppendHistogramRow(std::string& page, const std::vector<std::size_t>& histo
 
 }  // namespace
 
-Statistics ComputeStatistics(const Network& network, Progress& progress) {
+Statistics ComputeStatistics(const Network& network, Progress& progress, unsigned threads) {
   Statistics s;
   s.molecules = network.moleculeCount();
   s.interactions = network.interactionCount();
@@ -59,9 +59,9 @@ Statistics ComputeStatistics(const Network& network, Progress& progress) {
   s.connectivity = ComputeConnectivityDistribution(network);
   s.linksPerNode = AverageLinksPerNode(network);
   s.islands = FindIslands(network);
-  s.pathLength = CharacteristicPathLength(network, progress);
-  s.clustering = ClusteringCoefficient(network, &s.clusteringPerMolecule);
-  s.grid = GridCoefficient(network, &s.gridPerMolecule);
+  s.pathLength = CharacteristicPathLength(network, progress, threads);
+  s.clustering = ClusteringCoefficient(network, &s.clusteringPerMolecule, threads);
+  s.grid = GridCoefficient(network, &s.gridPerMolecule, threads);
   return s;
 }
 
@@ -118,8 +118,9 @@ std::string StatisticsPage(const Statistics& stats, const PageContext& context) 
 
 std::filesystem::path WriteStatisticsPage(const Network& network,
                                           const std::filesystem::path& folder, Progress& progress,
-                                          Statistics* computed, const PageContext& context) {
-  Statistics stats = ComputeStatistics(network, progress);
+                                          Statistics* computed, const PageContext& context,
+                                          unsigned threads) {
+  Statistics stats = ComputeStatistics(network, progress, threads);
   const std::filesystem::path path = folder / kStatisticsPageName;
   WriteFileAtomically(path, StatisticsPage(stats, context));
   if (computed) *computed = std::move(stats);

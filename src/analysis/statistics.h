@@ -28,7 +28,8 @@ struct Statistics {
   std::vector<double> gridPerMolecule;
 };
 
-Statistics ComputeStatistics(const Network& network, Progress& progress);
+// The path-length searches run on `threads` threads (0: one per core).
+Statistics ComputeStatistics(const Network& network, Progress& progress, unsigned threads = 0);
 
 // The HTML text of "stats.htm".
 std::string StatisticsPage(const Statistics& stats, const PageContext& context = {});
@@ -39,6 +40,6 @@ inline constexpr const char* kStatisticsPageName = "stats.htm";
 std::filesystem::path WriteStatisticsPage(const Network& network,
                                           const std::filesystem::path& folder, Progress& progress,
                                           Statistics* computed = nullptr,
-                                          const PageContext& context = {});
+                                          const PageContext& context = {}, unsigned threads = 0);
 
 }  // namespace tessel

@@ -169,21 +169,26 @@ std::uint64_t SeedOnRanks(const std::optional<std::uint64_t>& given, RankGroup& 
 }  // namespace
 
 Command AddStatsCommand(CLI::App& app) {
-  auto options = std::make_shared<CommonOptions>();
+  struct State {
+    CommonOptions common;
+    unsigned threads = 0;
+  };
+  auto s = std::make_shared<State>();
   CLI::App* command = app.add_subcommand("stats", "network statistics: writes stats.htm");
-  AddCommonOptions(*command, *options);
-  return {command, [options](const std::string& commandLine) {
-            options->commandLine = commandLine;
-            return RunStats(*options);
+  AddCommonOptions(*command, s->common);
+  command->add_option("--threads", s->threads, "worker threads (default: all)");
+  return {command, [s](const std::string& commandLine) {
+            s->common.commandLine = commandLine;
+            return RunStats(s->common, s->threads);
           }};
 }
 
-int RunStats(const CommonOptions& options) {
+int RunStats(const CommonOptions& options, unsigned threads) {
   const Network network = Load(options).network;
   TerminalProgress progress(!options.quiet);
   Statistics stats;
   const fs::path page =
-      WriteStatisticsPage(network, options.output, progress, &stats, ContextOf(options));
+      WriteStatisticsPage(network, options.output, progress, &stats, ContextOf(options), threads);
   progress.finish();
   if (options.json) {
     Json j = StatisticsJson(stats);

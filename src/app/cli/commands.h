@@ -65,7 +65,7 @@ struct CommonOptions {
   std::string commandLine;  // as typed, shown on the pages the command writes
 };
 
-int RunStats(const CommonOptions& options);
+int RunStats(const CommonOptions& options, unsigned threads = 0);
 int RunValidate(const CommonOptions& options);
 int RunSave(const CommonOptions& options, const std::string& to);
 
