@@ -1,7 +1,8 @@
 // tessel-time: the in-process time of one load or one statistics computation, for
 // bench/compare.sh.
 //
-//   tessel-time load FILE              seconds to load FILE (tessel::LoadNetwork)
+//   tessel-time load FILE [THREADS]    seconds to load FILE (tessel::LoadNetwork; THREADS
+//                                      reading a SIG file, 0, the default, is all cores)
 //   tessel-time stats FILE [THREADS]   seconds for tessel::ComputeStatistics once FILE
 //                                      is loaded (THREADS: 0, the default, is all cores)
 //
@@ -26,14 +27,15 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 
 int main(int argc, char** argv) {
   const std::string what = argc > 1 ? argv[1] : "";
-  if (argc < 3 || argc > 4 || (what != "load" && what != "stats") ||
-      (what == "load" && argc != 3)) {
-    std::cerr << "usage: " << argv[0] << " load FILE | stats FILE [THREADS]\n";
+  if (argc < 3 || argc > 4 || (what != "load" && what != "stats")) {
+    std::cerr << "usage: " << argv[0] << " load|stats FILE [THREADS]\n";
     return 2;
   }
   try {
     auto start = std::chrono::steady_clock::now();
-    const tessel::Network network = tessel::LoadNetwork(argv[2]);
+    tessel::ReadOptions options;
+    if (what == "load" && argc == 4) options.threads = static_cast<unsigned>(std::stoul(argv[3]));
+    const tessel::Network network = tessel::LoadNetwork(argv[2], options);
     double seconds = SecondsSince(start);
     if (what == "stats") {
       const unsigned threads = argc == 4 ? static_cast<unsigned>(std::stoul(argv[3])) : 0;
