@@ -252,8 +252,11 @@ py::dict Motifs(const LoadedNetwork& net, const std::optional<std::vector<std::s
   py::dict d;
   for (const MotifKind kind : kinds) {
     NamedProgress named(progress, std::string(MotifKindInfoOf(kind).title));
-    const MotifResult r =
-        Released(progress, [&] { return FindMotifs(net.network, kind, named, threads); });
+    const MotifResult r = Released(progress, [&] {
+      // Without lists only the counts are needed: the motifs are not kept.
+      return lists ? FindMotifs(net.network, kind, named, threads)
+                   : CountMotifs(net.network, kind, named, threads);
+    });
     py::dict counts;
     counts["total"] = r.total();
     if (MotifIsSigned(kind)) {

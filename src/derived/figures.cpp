@@ -54,7 +54,8 @@ FigureRow ComputeFigures(const Network& network, const FigureColumns& columns, P
   }
   ThrowIfCancelled(progress);
   v.push_back(static_cast<double>(FindIslands(network).count));
-  const auto find = [&](MotifKind kind) { return FindMotifs(network, kind, inner, threads); };
+  // Only counts and hits are read, so the motifs themselves are not kept.
+  const auto find = [&](MotifKind kind) { return CountMotifs(network, kind, inner, threads); };
   if (columns.motifs34) {
     const MotifResult fbl3 = find(MotifKind::FeedbackLoop3);
     const MotifResult fbl4 = find(MotifKind::FeedbackLoop4);

@@ -6,12 +6,15 @@
 // loops from s come in the canonical order, and a set that closes several loops keeps the
 // first, the one whose molecules come in the smallest order.
 //
-// Every other kind is a cycle of the network seen without directions: three molecules for
-// FFL3 and scaffolds, four for FFL4 and bifans. Each molecule set is searched for from one
-// anchor only, the member ranked highest by (number of partners, id), and only through
-// molecules ranked below the anchor. Sets found from different anchors are therefore
-// different, so no global seen-set is needed, and hubs are only crossed from the few
-// anchors above them.
+// Feedforward loops and bifans are made from their first molecule s as written (below):
+// from s along its out-links, two-link paths from s grouped by where they end and closed
+// by a marked link of s. Each written form of a set is made once, and the links among its
+// molecules (a table per kind maps them to the set's first form) tell whether it is the
+// one to keep. The forms kept from s are sorted; s goes through the molecules in order.
+//
+// Scaffolds are triangles of neutral links, searched for from one anchor only, the member
+// ranked highest by (number of partners, id), and only through molecules ranked below the
+// anchor, so that hubs are only crossed from the few anchors above them.
 //
 // A set can carry several instances of its kind (reciprocal links, several directed
 // cycles on the same molecules). Every instance is written as a sequence of molecules in
@@ -51,6 +54,7 @@ constexpr std::size_t kMaxSize = 5;
 struct Link {
   std::uint32_t node = 0;  // 0-based molecule index
   std::uint32_t interaction = 0;
+  bool mutual = false;  // a signed link also runs the other way
 };
 
 // A partner without direction, with its rank (kept here to spare a look-up).
@@ -201,9 +205,9 @@ struct Graph {
   }
 };
 
-// Feedback loops need the directed links only (`loops`); the other kinds also need the
-// partners ranked.
-Graph BuildGraph(const Network& network, bool neutral, bool loops, unsigned threads) {
+// Signed kinds need the directed links only (`directed`); scaffolds need the partners
+// ranked.
+Graph BuildGraph(const Network& network, bool neutral, bool directed, unsigned threads) {
   Graph g;
   g.n = network.moleculeCount();
   const auto& interactions = network.interactions();
@@ -228,7 +232,7 @@ Graph BuildGraph(const Network& network, bool neutral, bool loops, unsigned thre
         share.out.push_back({s, {t, i}});
         share.in.push_back({t, {s, i}});
       }
-      if (!loops) {
+      if (!directed) {
         share.around.push_back({s, {t, i, 0}});
         share.around.push_back({t, {s, i, 0}});
       }
@@ -241,8 +245,14 @@ Graph BuildGraph(const Network& network, bool neutral, bool loops, unsigned thre
   g.out.sortRows(threads, byNode);
   g.in.assign(g.n, shares, &Share::in);
   g.in.sortRows(threads, byNode);
+  g.out.forRows(threads, [&](std::size_t u, std::span<Link> row) {
+    for (Link& l : row) l.mutual = g.find(l.node, static_cast<std::uint32_t>(u)) != kNone;
+  });
+  g.in.forRows(threads, [&](std::size_t u, std::span<Link> row) {
+    for (Link& l : row) l.mutual = g.find(static_cast<std::uint32_t>(u), l.node) != kNone;
+  });
 
-  if (loops) return g;
+  if (directed) return g;
   // One entry per partner, with the lowest interaction.
   g.around.assign(g.n, shares, &Share::around);
   shares.clear();
@@ -281,9 +291,10 @@ struct KindTraits {
   bool directedLoop;  // feedback loop, found by a directed walk
   std::span<const std::uint8_t> patterns;
   std::string_view task;
+  MotifKind kind = MotifKind::FeedbackLoop3;
 };
 
-KindTraits TraitsOf(MotifKind kind) {
+KindTraits TraitsOfKind(MotifKind kind) {
   const std::size_t size = MotifSize(kind);
   switch (kind) {
     case MotifKind::FeedbackLoop3:
@@ -304,6 +315,51 @@ KindTraits TraitsOf(MotifKind kind) {
   return {size, false, true, {}, "Searching for motifs"};
 }
 
+KindTraits TraitsOf(MotifKind kind) {
+  KindTraits traits = TraitsOfKind(kind);
+  traits.kind = kind;
+  return traits;
+}
+
+// For every pattern of links among a sorted set of K molecules (bit i * K + j: a signed
+// link from the i-th to the j-th), the first ordering of the set, in increasing order of
+// molecules, that fits a direction pattern of the kind, and which patterns fit it.
+struct FirstForms {
+  std::vector<std::array<std::uint8_t, 4>> orders;  // every ordering, in increasing order
+  std::vector<std::uint8_t> order;                  // per link pattern: index into orders
+  std::vector<std::uint8_t> fits;                   // per link pattern: bit p, pattern p fits
+};
+
+FirstForms MakeFirstForms(std::size_t k, std::span<const std::uint8_t> patterns) {
+  FirstForms forms;
+  if (patterns.empty() || k > 4) return forms;
+  std::array<std::uint8_t, 4> perm = {0, 1, 2, 3};
+  do {
+    forms.orders.push_back(perm);
+  } while (std::next_permutation(perm.begin(), perm.begin() + static_cast<std::ptrdiff_t>(k)));
+  const std::size_t count = std::size_t{1} << (k * k);
+  forms.order.assign(count, 0xff);
+  forms.fits.assign(count, 0);
+  for (std::size_t links = 0; links < count; ++links) {
+    for (std::size_t o = 0; o < forms.orders.size() && forms.order[links] == 0xff; ++o) {
+      const auto& order = forms.orders[o];
+      for (std::size_t p = 0; p < patterns.size(); ++p) {
+        bool fits = true;
+        for (std::size_t i = 0; i < k && fits; ++i) {
+          std::size_t x = order[i], y = order[(i + 1) % k];
+          if ((patterns[p] >> i & 1) != 0) std::swap(x, y);
+          fits = (links >> (x * k + y) & 1) != 0;
+        }
+        if (fits) {
+          forms.order[links] = static_cast<std::uint8_t>(o);
+          forms.fits[links] |= static_cast<std::uint8_t>(1u << p);
+        }
+      }
+    }
+  }
+  return forms;
+}
+
 int SignOf(const Graph& g, std::span<const std::uint32_t> interactions) {
   int negatives = 0;
   for (const std::uint32_t i : interactions) negatives += g.negative[i];
@@ -313,16 +369,24 @@ int SignOf(const Graph& g, std::span<const std::uint32_t> interactions) {
 // The searches from one anchor at a time, with scratch space for one thread.
 class Searcher {
  public:
-  Searcher(const Graph& g, const KindTraits& traits)
-      : g_(g), traits_(traits), stamp_(g.n, 0), near_(g.n, 0), from_(g.n, 0), value_(g.n, 0) {}
+  Searcher(const Graph& g, const KindTraits& traits, const FirstForms& forms)
+      : g_(g),
+        traits_(traits),
+        forms_(forms),
+        stamp_(g.n, 0),
+        near_(g.n, 0),
+        from_(g.n, 0),
+        value_(g.n, 0),
+        value2_(traits.patterns.empty() ? 0 : g.n, 0),
+        inner_(traits.patterns.empty() ? 0 : g.n, 0) {}
 
   void search(std::uint32_t anchor) {
     if (traits_.directedLoop) {
       loopsFrom(anchor);
-    } else if (traits_.size == 3) {
+    } else if (traits_.neutral) {
       trianglesAt(anchor);
     } else {
-      squaresAt(anchor);
+      formsFrom(anchor);
     }
   }
 
@@ -335,6 +399,7 @@ class Searcher {
       std::fill(stamp_.begin(), stamp_.end(), 0);
       std::fill(near_.begin(), near_.end(), 0);
       std::fill(from_.begin(), from_.end(), 0);
+      std::fill(inner_.begin(), inner_.end(), 0);
       generation_ = 1;
     }
   }
@@ -433,12 +498,7 @@ class Searcher {
     }
     for (const Partner& a : low) {
       for (const Partner& c : g_.below(a.node, a.rank)) {
-        if (stamp_[c.node] != generation_) continue;
-        if (traits_.neutral) {
-          keepScaffold(m, a, c);
-        } else {
-          keepShape<3>({m, a.node, c.node});
-        }
+        if (stamp_[c.node] == generation_) keepScaffold(m, a, c);
       }
     }
   }
@@ -460,87 +520,154 @@ class Searcher {
     found_.push_back(f);
   }
 
-  // 4-cycles whose highest-ranked molecule is `m`: m - a - c - b - m with a and b
-  // partners of m and c a common partner of both, all ranked below m. Up to three such
-  // cycles share a set; each set is examined once.
-  void squaresAt(std::uint32_t m) {
-    const std::uint32_t limit = g_.rank[m];
-    const auto low = g_.below(m, limit);
-    if (low.size() < 2) return;
-    // Wedges m - a - c grouped by c: value_[c] heads a list through wedges_.
+  // Feedforward loops and bifans whose written form starts at `s`. The links out of s are
+  // marked in stamp_ (with the interaction in value_) and those into s in from_, so that
+  // every link touching s is an array look-up. Each written form with s first is made
+  // once, and kept only when it is the first form of its molecule set; the forms kept
+  // from s are then put in order.
+  void formsFrom(std::uint32_t s) {
+    const auto out = g_.out[s];
+    if (out.size() < 2) return;  // every form leaves s by two links
     nextStamp();
-    wedges_.clear();
-    touched_.clear();
-    for (const Partner& a : low) {
-      for (const Partner& c : g_.below(a.node, limit)) {
-        if (stamp_[c.node] != generation_) {
-          stamp_[c.node] = generation_;
-          value_[c.node] = kNone;
-          touched_.push_back(c.node);
-        }
-        wedges_.push_back({a.node, value_[c.node]});
-        value_[c.node] = static_cast<std::uint32_t>(wedges_.size() - 1);
-      }
+    for (const Link& l : out) {
+      stamp_[l.node] = generation_;
+      value_[l.node] = l.interaction;
     }
-    quads_.clear();
-    for (const std::uint32_t c : touched_) {
-      for (std::uint32_t i = value_[c]; i != kNone; i = wedges_[i].second) {
-        for (std::uint32_t j = wedges_[i].second; j != kNone; j = wedges_[j].second) {
-          std::array<std::uint32_t, 4> q = {m, c, wedges_[i].first, wedges_[j].first};
-          std::sort(q.begin(), q.end());
-          quads_.push_back(q);
+    for (const Link& l : g_.in[s]) from_[l.node] = generation_;
+    const std::size_t first = found_.size();
+    if (traits_.kind == MotifKind::FeedforwardLoop3) {
+      // s -> b -> a, closed by s -> a.
+      for (const Link& b : out) {
+        for (const Link& a : g_.out[b.node]) {
+          if (stamp_[a.node] != generation_) continue;
+          keepIfFirst<3>({s, b.node, a.node}, {b.interaction, a.interaction, value_[a.node]}, 0,
+                         {1, a.mutual});
         }
       }
+    } else {
+      // Two-link paths from s grouped by their end b: s -> x -> b for feedforward loops,
+      // s -> x <- b with b after s for bifans (the source written first is the smaller).
+      const bool bifan = traits_.kind == MotifKind::Bifan;
+      wedges_.clear();
+      touched_.clear();
+      for (const Link& x : out) {
+        for (const Link& b : bifan ? g_.in[x.node] : g_.out[x.node]) {
+          if (stamp_[b.node] == generation_) {  // a link between two successors of s
+            inner_[x.node] = generation_;
+            inner_[b.node] = generation_;
+          }
+          if (bifan ? b.node <= s : b.node == s) continue;
+          if (near_[b.node] != generation_) {
+            near_[b.node] = generation_;
+            value2_[b.node] = kNone;
+            touched_.push_back(b.node);
+          }
+          wedges_.push_back({x.node, x.interaction, b.interaction, value2_[b.node], b.mutual});
+          value2_[b.node] = static_cast<std::uint32_t>(wedges_.size() - 1);
+        }
+      }
+      for (const std::uint32_t b : touched_) {
+        // Pairs of paths to b, the one through the smaller molecule written first:
+        // s -> a -> b <- c <- s, or the bifan s -> a <- b -> c <- s.
+        for (std::uint32_t i = value2_[b]; i != kNone; i = wedges_[i].next) {
+          const Wedge& p = wedges_[i];
+          for (std::uint32_t j = value2_[b]; j != kNone; j = wedges_[j].next) {
+            const Wedge& q = wedges_[j];
+            if (q.node <= p.node) continue;
+            // Bifan s -> a <- b -> c <- s, or s -> a -> b <- c <- s.
+            keepIfFirst<4>({s, p.node, b, q.node}, {p.first, p.second, q.second, q.first}, 0,
+                           bifan ? Inner4{p.mutual, 2, 1, 1, 2, q.mutual}
+                                 : Inner4{1, 2, p.mutual, q.mutual, 2, 1});
+          }
+        }
+        if (bifan) continue;
+        // s -> c -> b -> a, closed by s -> a.
+        for (const Link& a : g_.out[b]) {
+          if (stamp_[a.node] != generation_) continue;
+          for (std::uint32_t j = value2_[b]; j != kNone; j = wedges_[j].next) {
+            const Wedge& c = wedges_[j];
+            if (c.node == a.node) continue;
+            keepIfFirst<4>({s, c.node, b, a.node},
+                           {c.first, c.second, a.interaction, value_[a.node]}, 1,
+                           {1, 2, c.mutual, 1, 2, a.mutual});
+          }
+        }
+      }
     }
-    std::sort(quads_.begin(), quads_.end());
-    quads_.erase(std::unique(quads_.begin(), quads_.end()), quads_.end());
-    for (const auto& q : quads_) keepShape<4>(q);
+    std::sort(found_.begin() + static_cast<std::ptrdiff_t>(first), found_.end(),
+              [](const Found& a, const Found& b) { return a.molecules < b.molecules; });
   }
 
-  // Tries the orderings of a set in increasing order and keeps the first one that fits a
-  // direction pattern of the kind; when several patterns fit it, the one with the smallest
-  // interactions.
+  // Keeps a form (molecules, interactions, direction pattern number `pattern` of the
+  // kind) when it is the first form of its molecule set. The links among the set give
+  // the first ordering of the set that fits a pattern; when the form is that ordering and
+  // other patterns fit it too, the one with the smallest interactions wins. Links
+  // touching s come from the marks; `inner` gives those among the other molecules
+  // (pairs (1, 2), (1, 3), (2, 1), ... of positions): 0 none, 1 a link, 2 to be looked
+  // up, which is needed only between two successors of s that have links among them.
   template <std::size_t K>
-  void keepShape(std::array<std::uint32_t, K> set) {
-    std::sort(set.begin(), set.end());
-    std::array<std::array<std::uint32_t, K>, K> link{};  // link[i][j]: set[i] -> set[j]
-    for (std::size_t i = 0; i < K; ++i) {
-      for (std::size_t j = 0; j < K; ++j) link[i][j] = i == j ? kNone : g_.find(set[i], set[j]);
+  void keepIfFirst(const std::array<std::uint32_t, K>& molecules,
+                   const std::array<std::uint32_t, K>& interactions, std::size_t pattern,
+                   const std::array<std::uint8_t, (K - 1) * (K - 2)>& inner) {
+    std::array<std::array<bool, K>, K> link{};  // link[i][j]: molecules[i] -> molecules[j]
+    for (std::size_t j = 1; j < K; ++j) {
+      link[0][j] = stamp_[molecules[j]] == generation_;
+      link[j][0] = from_[molecules[j]] == generation_;
     }
-    std::array<std::uint8_t, K> order;
-    std::iota(order.begin(), order.end(), std::uint8_t{0});
-    do {
-      bool fits = false;
-      std::array<std::uint32_t, K> best{};
-      for (const std::uint8_t pattern : traits_.patterns) {
-        std::array<std::uint32_t, K> used{};
-        bool ok = true;
-        for (std::size_t i = 0; i < K && ok; ++i) {
-          const std::uint8_t x = order[i];
-          const std::uint8_t y = order[(i + 1) % K];
-          used[i] = (pattern >> i & 1) != 0 ? link[y][x] : link[x][y];
-          ok = used[i] != kNone;
-        }
-        if (ok && (!fits || used < best)) {
-          best = used;
-          fits = true;
-        }
+    std::size_t next = 0;
+    for (std::size_t i = 1; i < K; ++i) {
+      for (std::size_t j = 1; j < K; ++j) {
+        if (i == j) continue;
+        const std::uint8_t known = inner[next++];
+        const std::uint32_t u = molecules[i], v = molecules[j];
+        link[i][j] = known == 1 || (known == 2 && inner_[u] == generation_ &&
+                                    inner_[v] == generation_ && g_.find(u, v) != kNone);
       }
-      if (fits) {
-        Found f;
-        for (std::size_t i = 0; i < K; ++i) {
-          f.molecules[i] = set[order[i]];
-          f.interactions[i] = best[i];
-        }
-        f.sign = static_cast<std::int8_t>(SignOf(g_, best));
-        found_.push_back(f);
-        return;
+    }
+    std::array<std::uint8_t, K> rank{};  // positions in increasing order of molecules
+    std::iota(rank.begin(), rank.end(), std::uint8_t{0});
+    std::sort(rank.begin(), rank.end(),
+              [&](std::uint8_t a, std::uint8_t b) { return molecules[a] < molecules[b]; });
+    std::uint32_t links = 0;
+    for (std::size_t i = 0; i < K; ++i) {
+      for (std::size_t j = 0; j < K; ++j) {
+        if (link[rank[i]][rank[j]]) links |= 1u << (i * K + j);
       }
-    } while (std::next_permutation(order.begin(), order.end()));
+    }
+    const std::uint8_t order = forms_.order[links];
+    const auto& perm = forms_.orders[order];
+    for (std::size_t i = 0; i < K; ++i) {
+      if (rank[perm[i]] != i) return;
+    }
+    const std::uint8_t others = forms_.fits[links] & ~(1u << pattern);
+    for (std::size_t p = 0; p < traits_.patterns.size(); ++p) {
+      if ((others >> p & 1) == 0) continue;
+      std::array<std::uint32_t, K> used{};
+      for (std::size_t i = 0; i < K; ++i) {
+        const std::uint32_t x = molecules[i], y = molecules[(i + 1) % K];
+        used[i] = (traits_.patterns[p] >> i & 1) != 0 ? g_.find(y, x) : g_.find(x, y);
+      }
+      if (used < interactions) return;
+    }
+    Found f;
+    std::copy(molecules.begin(), molecules.end(), f.molecules.begin());
+    std::copy(interactions.begin(), interactions.end(), f.interactions.begin());
+    f.sign = static_cast<std::int8_t>(SignOf(g_, interactions));
+    found_.push_back(f);
   }
+
+  using Inner4 = std::array<std::uint8_t, 6>;
+
+  // A two-link path from the start s to a molecule b: the middle molecule, the links from
+  // s's side and from b's side, and the next path to the same b.
+  struct Wedge {
+    std::uint32_t node, first, second, next;
+    bool mutual;  // the link between the middle molecule and b also runs the other way
+  };
 
   const Graph& g_;
   const KindTraits& traits_;
+  const FirstForms& forms_;
   std::vector<Found> found_;
   // Per-molecule scratch, valid where stamp_ equals generation_.
   std::vector<std::uint32_t> stamp_;
@@ -548,11 +675,12 @@ class Searcher {
   std::vector<std::uint32_t> near_;  // two steps from the start of a loop
   std::vector<std::uint32_t> from_;  // one step after the start of a loop
   std::vector<std::uint32_t> value_;
+  std::vector<std::uint32_t> value2_;  // first path to each b, for forms from s
+  std::vector<std::uint32_t> inner_;   // successors of s linked to another successor
   std::array<std::uint32_t, kMaxSize> path_{};
   std::array<std::uint32_t, kMaxSize> links_{};
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> wedges_;  // (a, next wedge)
+  std::vector<Wedge> wedges_;
   std::vector<std::uint32_t> touched_;
-  std::vector<std::array<std::uint32_t, 4>> quads_;
 };
 
 }  // namespace
@@ -717,13 +845,14 @@ MotifResult Search(const Network& network, MotifKind kind, Progress& progress, u
   const std::size_t batches = (n + batchSize - 1) / batchSize;
   threads = static_cast<unsigned>(std::min<std::size_t>(ResolveThreads(threads), batches));
 
-  const Graph g = BuildGraph(network, traits.neutral, traits.directedLoop, threads);
+  const Graph g = BuildGraph(network, traits.neutral, !traits.neutral, threads);
+  const FirstForms forms = MakeFirstForms(traits.size, traits.patterns);
   // Feedback loops are anchored at their smallest molecule, the other kinds at their
   // highest-ranked one; anchors from the highest rank down. Batch b takes every
   // batches-th anchor from b on, so that each batch mixes costly anchors (hubs) with
   // cheap ones and the load stays balanced between threads.
   std::vector<std::uint32_t> anchors(n);
-  if (traits.directedLoop) {
+  if (!traits.neutral) {
     std::iota(anchors.begin(), anchors.end(), 0u);
   } else {
     for (std::uint32_t u = 0; u < n; ++u) anchors[n - 1 - g.rank[u]] = u;
@@ -733,7 +862,7 @@ MotifResult Search(const Network& network, MotifKind kind, Progress& progress, u
   const bool isSigned = MotifIsSigned(kind);
   std::vector<Searcher> searchers;
   searchers.reserve(threads);
-  for (unsigned t = 0; t < threads; ++t) searchers.emplace_back(g, traits);
+  for (unsigned t = 0; t < threads; ++t) searchers.emplace_back(g, traits, forms);
   // Counts and hits of the motifs tallied by each thread (counting only).
   struct Tally {
     std::size_t total = 0, positive = 0, negative = 0;
@@ -744,7 +873,7 @@ MotifResult Search(const Network& network, MotifKind kind, Progress& progress, u
   // Feedback loops come out of each anchor in canonical order, and the anchors are the
   // molecules in order: each batch keeps its loops and where each anchor's loops start,
   // and the batches are then read anchor by anchor, without sorting.
-  const bool inOrder = keep && traits.directedLoop;
+  const bool inOrder = keep && !traits.neutral;
   std::vector<std::vector<Found>> batchFound(inOrder ? batches : 0);
   std::vector<std::vector<std::size_t>> batchStarts(inOrder ? batches : 0);
   // Batch b holds the anchors b, b + batches, ...; the calling thread reports the anchors
