@@ -13,6 +13,7 @@
 #include "model/text_input.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/memory.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -176,7 +177,12 @@ Network ReadText(std::string_view text, std::string* owned, const std::string& f
   Network network;
   if (format == NetworkFormat::Sig) {
     NetworkBuilder builder;
-    ReadSigRows(text, file, warnings, options.threads, builder);
+    // The text of rows already added is given back as the reading goes on.
+    std::function<void(std::string_view)> consumed;
+    if (owned != nullptr) {
+      consumed = [](std::string_view part) { ReleasePages(part.data(), part.size()); };
+    }
+    ReadSigRows(text, file, warnings, options.threads, builder, consumed);
     if (owned != nullptr) std::string().swap(*owned);
     network = builder.build();
   } else {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -82,9 +83,11 @@ struct ReadOptions {
 Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings = nullptr,
                     unsigned threads = 1);
 // The rows of a SIG text added to `builder`, for a caller that frees the text before
-// building the network.
+// building the network. `consumed`, when given, is called with each part of the text whose
+// rows have all been added, in order: the builder keeps no reference into it.
 void ReadSigRows(std::string_view text, const std::string& file, Warnings* warnings,
-                 unsigned threads, NetworkBuilder& builder);
+                 unsigned threads, NetworkBuilder& builder,
+                 const std::function<void(std::string_view)>& consumed = {});
 
 // Two fields per line: source name and target name.
 Network ReadTwoColumnText(std::string_view text, const std::string& file,

@@ -93,8 +93,9 @@ std::string_view LineAt(std::string_view text, std::size_t offset) {
 }
 
 // Scans one piece. `fileStart`: the piece begins the file, so its first row may be a line
-// of column titles.
-ScannedPiece ScanPiece(std::string_view text, bool fileStart) {
+// of column titles. `findRepeats`: mark the ends that repeat an earlier end of the piece
+// (worth it when the piece is scanned on another thread than the one adding rows).
+ScannedPiece ScanPiece(std::string_view text, bool fileStart, bool findRepeats) {
   ScannedPiece piece;
   piece.text = text;
   piece.rows.reserve(text.size() / 80 + 1);
@@ -138,6 +139,10 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart) {
     row.effect = word(f[10]);
     row.type = word(f[11]);
     const auto rowIndex = static_cast<std::uint32_t>(piece.rows.size() - 1);
+    if (!findRepeats) {
+      row.earlier = {kNone, kNone};
+      continue;
+    }
     for (std::uint32_t side = 0; side < 2; ++side) {
       const std::size_t first = side * 5;
       const std::array<std::string_view, 4> fields{f[first + 1], f[first + 2], f[first + 3],
@@ -174,7 +179,7 @@ class PieceAdder {
     for (std::size_t r = 0; r < piece.rows.size(); ++r) {
       // The name look-ups of a row a few rows on are started now: they mostly miss the
       // cache, and by the time that row is added the entries are there.
-      if (r + kAhead < piece.rows.size()) {
+      if (!piece.names.empty() && r + kAhead < piece.rows.size()) {
         for (const std::uint32_t name : piece.rows[r + kAhead].name) {
           if (molecules_[name] == 0) builder_.prefetchMolecule(piece.names[name]);
         }
@@ -213,7 +218,9 @@ class PieceAdder {
     bool split = false;
     for (std::size_t side = 0; side < 2; ++side) {
       const std::uint64_t stamp = 2 * (firstRow_ + r) + side;
-      MoleculeId& id = molecules_[row.name[side]];
+      // Without marked repeats (one thread) the piece lists no names.
+      MoleculeId unlisted = 0;
+      MoleculeId& id = piece.names.empty() ? unlisted : molecules_[row.name[side]];
       if (id != 0 && row.earlier[side] != kNone &&
           builder_.repeatEnd(id, 2 * firstRow_ + row.earlier[side], stamp, fields[side])) {
         ids[side] = id;
@@ -278,7 +285,8 @@ std::vector<std::string_view> CutIntoPieces(std::string_view text, std::size_t s
 }  // namespace
 
 void ReadSigRows(std::string_view text, const std::string& file, Warnings* warnings,
-                 unsigned threads, NetworkBuilder& builder) {
+                 unsigned threads, NetworkBuilder& builder,
+                 const std::function<void(std::string_view)>& consumed) {
   CheckIsText(text, file, EmptyText::kNoBytes);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   threads = ResolveThreads(threads);
@@ -290,7 +298,10 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
   const std::vector<std::string_view> pieces = CutIntoPieces(text, pieceSize);
   PieceAdder adder(builder, file, warnings);
   if (threads == 1 || pieces.size() == 1) {
-    for (std::size_t k = 0; k < pieces.size(); ++k) adder.add(ScanPiece(pieces[k], k == 0));
+    for (std::size_t k = 0; k < pieces.size(); ++k) {
+      adder.add(ScanPiece(pieces[k], k == 0, false));
+      if (consumed) consumed(pieces[k]);
+    }
   } else {
     // Scanners take pieces in order and stay at most `window` pieces ahead of the adder, so
     // that only a few scanned pieces are held at a time.
@@ -311,7 +322,7 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
         std::optional<ScannedPiece> piece;
         std::exception_ptr error;
         try {
-          piece.emplace(ScanPiece(pieces[k], k == 0));
+          piece.emplace(ScanPiece(pieces[k], k == 0, true));
         } catch (...) {
           error = std::current_exception();
         }
@@ -346,6 +357,8 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
           scanned[k].reset();
         }
         adder.add(*piece);
+        piece.reset();
+        if (consumed) consumed(pieces[k]);
         {
           std::lock_guard lock(mutex);
           added = k + 1;

@@ -4,6 +4,7 @@
 
 #if defined(__linux__)
 #include <sys/mman.h>
+#include <unistd.h>
 #endif
 
 namespace tessel {
@@ -19,6 +20,17 @@ void PreferHugePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t b
     // A refused hint only costs speed.
     madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
   }
+#endif
+}
+
+void ReleasePages([[maybe_unused]] const void* data, [[maybe_unused]] std::size_t bytes) {
+#if defined(__linux__) && defined(MADV_DONTNEED)
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  if (data == nullptr || page == 0 || bytes < 2 * page) return;
+  const auto begin = reinterpret_cast<std::uintptr_t>(data);
+  const std::uintptr_t first = (begin + page - 1) & ~(page - 1);
+  const std::uintptr_t last = (begin + bytes) & ~(page - 1);
+  if (last > first) madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
 #endif
 }
 

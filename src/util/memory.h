@@ -12,4 +12,10 @@ namespace tessel {
 // blocks under 4 MiB or where the hint is not supported.
 void PreferHugePages(void* data, std::size_t bytes);
 
+// Gives the whole pages inside the block back to the system: the block stays allocated, but
+// its contents are lost (they read as zeros). For a large buffer read once from start to
+// end, such as a file's text whose rows have been taken, so that the memory in use falls
+// as the reading goes on. Does nothing where not supported.
+void ReleasePages(const void* data, std::size_t bytes);
+
 }  // namespace tessel
