@@ -6,9 +6,10 @@
 #   RUNS=5 bench/compare.sh         runs per figure, median taken (default 3)
 #   IGRAPH_RUNS=1 bench/compare.sh  runs of igraph's statistics (default RUNS): its path
 #                                   lengths take minutes on the 50,000-molecule networks
+#   ONLY="load-100k one-10k" bench/compare.sh   only the networks named
 #
 # Loading: `tessel validate -q` as a process (start, load, validation report), the
-# in-process load (tessel::LoadNetwork, timed by tessel-time), igraph's Read_Edgelist on
+# in-process load (tessel::LoadNetwork, timed by tessel-time; all cores and one thread), igraph's Read_Edgelist on
 # the same pairs as integer ids and Read_Ncol on the name pairs (reader call only).
 # Statistics: `tessel stats --json -q -o DIR` as a process (start, load, every number of
 # the page, stats.htm), tessel::ComputeStatistics in-process (all cores and one thread),
@@ -158,26 +159,32 @@ igraph_time() {
   }
   median "$1" "$py" "$igraph_script" "$2" "$3"
 }
+# ONLY="name ..." limits the tables to those networks.
+wanted() { [[ -z ${ONLY:-} || " $ONLY " == *" $1 "* ]]; }
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a == "-" || b <= 0) print "-"; else printf "%.1f\n", a / b }'; }
 molecules() { "$bin/tessel-time" load "$1" | sed -n 2p | cut -d' ' -f1; }
 
 section "Loading (seconds, median of $runs)"
-printf '%-18s %9s %14s %11s %10s %13s %11s %10s\n' network molecules "tessel-process" \
-  "tessel-load" "igraph-ids" "igraph-names" "ratio-ids" "ratio-names"
+printf '%-18s %9s %14s %11s %13s %10s %13s %11s %10s\n' network molecules "tessel-process" \
+  "tessel-load" "tessel-load-1" "igraph-ids" "igraph-names" "ratio-ids" "ratio-names"
 for name in several-10k several-50k load-100k; do
+  wanted "$name" || continue
   sig=$data/$name.sig
   process=$(median "$runs" wall "$bin/tessel" validate --json -q -o "$out" "$sig")
   load=$(median "$runs" "$bin/tessel-time" load "$sig")
+  load1=$(median "$runs" "$bin/tessel-time" load "$sig" 1)
   ids=$(igraph_time "$runs" edgelist "$data/$name.edges")
   names=$(igraph_time "$runs" ncol "$data/$name.ncol")
-  printf '%-18s %9s %14.3f %11.3f %10s %13s %11s %10s\n' "$name" "$(molecules "$sig")" \
-    "$process" "$load" "$ids" "$names" "$(ratio "$ids" "$load")" "$(ratio "$names" "$load")"
+  printf '%-18s %9s %14.3f %11.3f %13.3f %10s %13s %11s %10s\n' "$name" "$(molecules "$sig")" \
+    "$process" "$load" "$load1" "$ids" "$names" "$(ratio "$ids" "$load")" \
+    "$(ratio "$names" "$load")"
 done
 
 section "Statistics (seconds; TESSEL median of $runs, igraph median of $igraph_runs)"
 printf '%-18s %9s %14s %11s %11s %10s %8s %9s\n' network molecules "tessel-process" \
   "tessel-all" "tessel-1" igraph ratio "ratio-1"
 for name in one-10k several-10k many-10k chain-10k one-50k several-50k big-and-small-50k; do
+  wanted "$name" || continue
   sig=$data/$name.sig
   process=$(median "$runs" wall "$bin/tessel" stats --json -q -o "$out" "$sig")
   all=$(median "$runs" "$bin/tessel-time" stats "$sig" 0)

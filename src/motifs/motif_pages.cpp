@@ -237,15 +237,27 @@ std::string MotifLimitProblem(const Network& network, const std::vector<MotifKin
          "search anyway (--force)";
 }
 
+namespace {
+
+// The kinds asked for, in the order the command searches them.
+std::vector<MotifKind> RequestedKinds(const MotifCommandOptions& options) {
+  std::vector<MotifKind> kinds;
+  for (const MotifKind kind : MotifCommandOrder()) {
+    if (std::find(options.kinds.begin(), options.kinds.end(), kind) != options.kinds.end()) {
+      kinds.push_back(kind);
+    }
+  }
+  return kinds;
+}
+
+}  // namespace
+
 MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable& colors,
                                    const MotifCommandOptions& options, const fs::path& outputDir,
                                    Progress& progress) {
   if (!options.pages) {
     MotifCommandResult counts;
-    for (const MotifKind kind : MotifCommandOrder()) {
-      if (std::find(options.kinds.begin(), options.kinds.end(), kind) == options.kinds.end()) {
-        continue;
-      }
+    for (const MotifKind kind : RequestedKinds(options)) {
       const std::string status = MotifStatusText(kind);
       progress.report(0, 1, status);
       NamedProgress searchProgress(progress, status);
@@ -265,10 +277,7 @@ MotifCommandResult RunMotifCommand(const Network& network, const ColorShapeTable
 
   const std::size_t maxDrawings = options.drawings ? options.maxDrawings : 0;
   const PageContext kindContext = options.context.linkingTo(kMotifsIndexPage);
-  for (const MotifKind kind : MotifCommandOrder()) {
-    if (std::find(options.kinds.begin(), options.kinds.end(), kind) == options.kinds.end()) {
-      continue;
-    }
+  for (const MotifKind kind : RequestedKinds(options)) {
     const std::string status = MotifStatusText(kind);
     progress.report(0, 1, status);
     NamedProgress searchProgress(progress, status);
