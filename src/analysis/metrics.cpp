@@ -215,7 +215,12 @@ struct SourceMask {
   }
   SourceMask operator&(const SourceMask& m) const { return {low & m.low, high & m.high}; }
   SourceMask operator~() const { return {~low, ~high}; }
-  std::uint64_t& word(std::size_t w) { return w < 2 ? low[w] : high[w - 2]; }
+  // Sets bit j (0 to 255).
+  void set(std::size_t j) {
+    const std::uint64_t bit = std::uint64_t{1} << (j % 64);
+    MaskHalf& half = j < 128 ? low : high;
+    half[(j / 64) % 2] |= bit;
+  }
 };
 
 inline bool Any(const SourceMask& m) {
@@ -274,9 +279,9 @@ struct SearchScratch {
   s.current.clear();
   std::size_t frontierLinks = 0;
   for (std::size_t j = 0; j < count; ++j) {
-    const std::uint64_t bit = std::uint64_t{1} << (j % 64);
-    all.word(j / 64) |= bit;
-    seen[first + j].word(j / 64) = frontier[first + j].word(j / 64) = bit;
+    all.set(j);
+    seen[first + j].set(j);
+    frontier[first + j].set(j);
     s.current.push_back(static_cast<std::uint32_t>(first + j));
     frontierLinks += g.degree(first + j);
   }
