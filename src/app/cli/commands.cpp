@@ -408,7 +408,12 @@ int RunMotifs(const CommonOptions& given, const MotifOptions& motifOptions, Rank
     if (!kind) throw std::invalid_argument("unknown motif kind: " + name);
     command.kinds.push_back(*kind);
   }
-  const Loaded loaded = LoadOnRanks(options, group);
+  Loaded loaded;
+  if (command.pages) {
+    loaded = LoadOnRanks(options, group);
+  } else {
+    loaded.network = LoadNetworkOf(options);  // counts only: no drawing, no colours table
+  }
 
   SignificanceSettings settings;
   std::vector<std::vector<double>> random;
