@@ -155,64 +155,23 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
 }
 
 namespace {
-// Reads `text` with the reader of `format` (not Auto).
-Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
-                   const ReadOptions& options, Warnings* warnings);
-
-// Reads a network from `text`. `owned`, when given, is the string holding the text: it is
-// emptied as soon as the reader no longer needs it, which for SIG files is before the
-// network's adjacency is built (a million rows are about 100 MB of text).
-Network ReadText(std::string_view text, std::string* owned, const std::string& file,
-                 const ReadOptions& options, Warnings* warnings) {
-  NetworkFormat format = options.format;
-  if (format == NetworkFormat::Auto) {
-    CheckIsText(text, file, EmptyText::kNoBytes);
-    format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
-    // SIG is the usual case; any other guess is said, so that a wrong one is noticed.
-    if (warnings != nullptr && format != NetworkFormat::Sig) {
-      warnings->note(file + ": read as " + std::string(FormatDescription(format)) + " (--format " +
-                     std::string(FormatName(format)) + ")");
-    }
-  }
-  Network network;
-  if (format == NetworkFormat::Sig) {
-    NetworkBuilder builder;
-    // The text of rows already added is given back as the reading goes on.
-    std::function<void(std::string_view)> consumed;
-    if (owned != nullptr) {
-      consumed = [](std::string_view part) { ReleasePages(part.data(), part.size()); };
-    }
-    ReadSigRows(text, file, warnings, options.threads, builder, consumed);
-    if (owned != nullptr) std::string().swap(*owned);
-    network = builder.build();
-  } else {
-    network = ReadFormat(text, file, format, options, warnings);
-  }
-  if (network.interactionCount() == 0 && !options.allowEmpty) {
-    std::string message = "the file holds no interaction the reader could use (read as " +
-                          std::string(FormatDescription(format));
-    if (!network.empty()) {
-      message += "; it names " + std::to_string(network.moleculeCount()) + " molecule(s)";
-    }
-    throw InputError(file, 0, message + ")");
-  }
-  return network;
-}
-
-}  // namespace
-
-Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
-                        Warnings* warnings) {
-  return ReadText(text, nullptr, file, options, warnings);
-}
-
-namespace {
-
-Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat format,
-                   const ReadOptions& options, Warnings* warnings) {
+// Reads `text` with the reader of `format` (not Auto). `owned`, when given, is the string
+// holding the text: it is emptied as soon as the reader no longer needs it, which for SIG
+// files is before the network's adjacency is built (a million rows are about 100 MB of
+// text); the text of rows already added is given back as the reading goes on.
+Network ReadFormat(std::string_view text, std::string* owned, const std::string& file,
+                   NetworkFormat format, const ReadOptions& options, Warnings* warnings) {
   switch (format) {
-    case NetworkFormat::Sig:
-      return ReadSigText(text, file, warnings, options.threads);
+    case NetworkFormat::Sig: {
+      NetworkBuilder builder;
+      std::function<void(std::string_view)> consumed;
+      if (owned != nullptr) {
+        consumed = [](std::string_view part) { ReleasePages(part.data(), part.size()); };
+      }
+      ReadSigRows(text, file, warnings, options.threads, builder, consumed);
+      if (owned != nullptr) std::string().swap(*owned);
+      return builder.build();
+    }
     case NetworkFormat::Pairs:
       return ReadTwoColumnText(text, file, warnings);
     case NetworkFormat::PsiMi:
@@ -235,7 +194,37 @@ Network ReadFormat(std::string_view text, const std::string& file, NetworkFormat
   throw InputError(file, 0, "unknown network format");
 }
 
+// Reads a network from `text` (`owned` as for ReadFormat).
+Network ReadText(std::string_view text, std::string* owned, const std::string& file,
+                 const ReadOptions& options, Warnings* warnings) {
+  NetworkFormat format = options.format;
+  if (format == NetworkFormat::Auto) {
+    CheckIsText(text, file, EmptyText::kNoBytes);
+    format = options.columns.any() ? NetworkFormat::Table : DetectFormat(text, file);
+    // SIG is the usual case; any other guess is said, so that a wrong one is noticed.
+    if (warnings != nullptr && format != NetworkFormat::Sig) {
+      warnings->note(file + ": read as " + std::string(FormatDescription(format)) + " (--format " +
+                     std::string(FormatName(format)) + ")");
+    }
+  }
+  Network network = ReadFormat(text, owned, file, format, options, warnings);
+  if (network.interactionCount() == 0 && !options.allowEmpty) {
+    std::string message = "the file holds no interaction the reader could use (read as " +
+                          std::string(FormatDescription(format));
+    if (!network.empty()) {
+      message += "; it names " + std::to_string(network.moleculeCount()) + " molecule(s)";
+    }
+    throw InputError(file, 0, message + ")");
+  }
+  return network;
+}
+
 }  // namespace
+
+Network ReadNetworkText(std::string_view text, const std::string& file, const ReadOptions& options,
+                        Warnings* warnings) {
+  return ReadText(text, nullptr, file, options, warnings);
+}
 
 Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
                     Warnings* warnings) {
