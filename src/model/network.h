@@ -151,18 +151,6 @@ class Network {
  private:
   friend class NetworkBuilder;
 
-  // Name lookups take string views without building a string.
-  struct NameHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view s) const noexcept {
-      return absl::Hash<std::string_view>{}(s);
-    }
-  };
-  struct NameEq {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const noexcept { return a == b; }
-  };
-
   static std::uint64_t pairKey(MoleculeId s, MoleculeId t) {
     return (static_cast<std::uint64_t>(s) << 32) | t;
   }
@@ -173,7 +161,7 @@ class Network {
   std::vector<Interaction> interactions_;
   std::vector<RowConflict> conflicts_;
   std::vector<MoleculeConflict> moleculeConflicts_;
-  absl::flat_hash_map<std::string, MoleculeId, NameHash, NameEq> nameIndex_;
+  absl::flat_hash_map<std::string, MoleculeId, TextHash, TextEq> nameIndex_;
   absl::flat_hash_map<std::uint64_t, std::uint32_t> pairIndex_;
   std::vector<MoleculeId> displayOrder_;
   // Compressed adjacency: entries of molecule id live in [start[id-1], start[id]).
@@ -262,7 +250,7 @@ class NetworkBuilder {
   Network net_;
   std::shared_ptr<TextPool> texts_ = std::make_shared<TextPool>();
   // Molecules by name while the network is built.
-  absl::flat_hash_map<std::string, MoleculeId, Network::NameHash, Network::NameEq> names_;
+  absl::flat_hash_map<std::string, MoleculeId, TextHash, TextEq> names_;
   // Per molecule (id - 1): the end fields of its last row, pooled; the stamp of that row
   // end; and whether reading the same fields again would change nothing (no field left to
   // fill, no conflict to count). Most rows repeat a molecule's fields, and then the

@@ -63,6 +63,19 @@ class PooledText {
   const std::string* text_ = nullptr;
 };
 
+// Hash and equality for tables keyed by strings that are searched with string views,
+// without building a string for each look-up.
+struct TextHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view s) const noexcept {
+    return absl::Hash<std::string_view>{}(s);
+  }
+};
+struct TextEq {
+  using is_transparent = void;
+  bool operator()(std::string_view a, std::string_view b) const noexcept { return a == b; }
+};
+
 // Distinct texts, each stored once at a fixed address.
 class TextPool {
  public:
@@ -74,17 +87,7 @@ class TextPool {
   std::size_t size() const { return texts_.size(); }
 
  private:
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view s) const noexcept {
-      return absl::Hash<std::string_view>{}(s);
-    }
-  };
-  struct Eq {
-    using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const noexcept { return a == b; }
-  };
-  absl::node_hash_set<std::string, Hash, Eq> texts_;
+  absl::node_hash_set<std::string, TextHash, TextEq> texts_;
 };
 
 }  // namespace tessel
