@@ -113,6 +113,7 @@ class Keeper {
   // Tallies the sets kept so far and forgets them. Feedback loops call it after each
   // start: every instance of a loop starts at its smallest molecule.
   void flush() {
+    if (sets_.empty()) return;
     counts_.total += sets_.size();
     for (const auto& [key, x] : sets_) {
       if (!signed_) break;
@@ -120,7 +121,13 @@ class Keeper {
       for (const std::uint32_t i : x.interactions) negatives += i != kNone && p_.negative[i];
       ++(negatives % 2 == 0 ? counts_.positive : counts_.negative);
     }
-    sets_.clear();
+    // clear() walks every bucket, and a start with many loops leaves many behind: with a
+    // hundred thousand starts that would cost more than the search itself.
+    if (sets_.bucket_count() > 4096) {
+      sets_ = {};
+    } else {
+      sets_.clear();
+    }
   }
   Counts counts() {
     flush();

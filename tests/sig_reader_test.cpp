@@ -13,9 +13,9 @@ namespace tessel {
 namespace {
 
 // About `rows` lines over 300 molecules: repeated pairs, rows that fill a molecule's
-// unknown fields or disagree with them, names with a leading digit (and the same names
-// with the "P" the reader puts before them), unknown effects, PubMed ids that are no
-// numbers, blank lines.
+// unknown fields or disagree with them, the same fields with other blanks between them,
+// names with a leading digit (and the same names with the "P" the reader puts before
+// them), unknown effects, PubMed ids that are no numbers, blank lines.
 std::string MixedText(std::size_t rows, unsigned seed) {
   std::mt19937 random(seed);
   const auto pick = [&random](std::size_t n) {
@@ -31,7 +31,10 @@ std::string MixedText(std::size_t rows, unsigned seed) {
   const auto end = [&](std::size_t m) {
     const std::string accession = pick(20) == 0 ? "NA" : "P" + std::to_string(10000 + m);
     const std::string type = pick(15) == 0 ? types[pick(4)] : types[m % 2];
-    return name(m) + " " + accession + " NA " + type + (pick(25) == 0 ? " Nucleus" : " Cytosol");
+    // Now and then the same fields with other blanks between them.
+    const char* gap = pick(30) == 0 ? " \t" : " ";
+    return name(m) + " " + accession + gap + "NA " + type +
+           (pick(25) == 0 ? " Nucleus" : " Cytosol");
   };
   std::string text;
   for (std::size_t r = 0; r < rows; ++r) {

@@ -144,18 +144,7 @@ MoleculeId NetworkBuilder::findMolecule(std::string_view name) const {
   return it == names_.end() ? 0 : it->second;
 }
 
-bool NetworkBuilder::repeatEnd(MoleculeId id, std::uint64_t earlier, std::uint64_t stamp,
-                               EndFields& fields) {
-  if (id > lastEnds_.size()) return false;
-  LastEnd& last = lastEnds_[id - 1];
-  if (last.stamp != earlier || !last.repeatable) return false;
-  last.stamp = stamp;
-  fields = last.fields;
-  return true;
-}
-
-MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, std::uint64_t stamp,
-                                  EndFields& fields) {
+MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, EndFields& fields) {
   const std::array<std::string_view, 4> given{e.accession, e.extraId, e.moleculeType, e.location};
   const auto same = [&given](const LastEnd& last) {
     for (std::size_t k = 0; k < 4; ++k) {
@@ -168,7 +157,6 @@ MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, std::uint
     if (id != 0 && id <= lastEnds_.size()) {
       LastEnd& last = lastEnds_[id - 1];
       if (last.repeatable && same(last)) {
-        last.stamp = stamp;
         fields = last.fields;
         return id;
       }
@@ -182,7 +170,6 @@ MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, std::uint
     if (last.fields[k] != given[k]) last.fields[k] = texts_->intern(given[k]);
   }
   last.repeatable = conflictRows_ == conflictsBefore;
-  last.stamp = stamp;
   fields = last.fields;
   return id;
 }
@@ -200,8 +187,8 @@ PooledText NetworkBuilder::recentText(std::vector<PooledText>& recent, std::stri
 void NetworkBuilder::addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
                             std::string_view interactionType, PubmedId pubmedId, std::size_t line) {
   EndFields sourceFields, targetFields;
-  const MoleculeId s = addEnd(source, line, 2 * rows_, sourceFields);
-  const MoleculeId t = addEnd(target, line, 2 * rows_ + 1, targetFields);
+  const MoleculeId s = addEnd(source, line, sourceFields);
+  const MoleculeId t = addEnd(target, line, targetFields);
   addInteraction(s, t, sourceFields, targetFields, recentText(recentEffects_, effect),
                  recentText(recentTypes_, interactionType), pubmedId, line);
 }

@@ -193,7 +193,6 @@ class NetworkBuilder {
  public:
   // The pooled end fields of a row: accession, extra id, type, location.
   using EndFields = std::array<PooledText, 4>;
-  static constexpr std::uint64_t kNoStamp = ~std::uint64_t{0};
 
   NetworkBuilder() = default;
 
@@ -203,21 +202,18 @@ class NetworkBuilder {
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
               std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
 
-  // For readers that find repeated row ends ahead of the builder (the SIG reader scans
-  // pieces of a file in parallel). A row end is known by a stamp that grows along the file
-  // (2 * row + 0 for the source, + 1 for the target).
+  // For readers that keep track of repeated row ends themselves (the SIG reader resolves
+  // names on several threads):
   //
   // The molecule named `name`, or 0.
   MoleculeId findMolecule(std::string_view name) const;
-  // Asks the processor to fetch what findMolecule(name) will read, ahead of the call.
-  void prefetchMolecule(std::string_view name) const { names_.prefetch(name); }
-  // When the molecule's last end was `earlier` and this end repeats that one's fields, and
-  // repeating them changes nothing: its pooled fields, the end recorded as `stamp`, true.
-  // Otherwise false, and the end must be added with addEnd.
-  bool repeatEnd(MoleculeId id, std::uint64_t earlier, std::uint64_t stamp, EndFields& fields);
   // The molecule of one end of a row (created or merged as addRow does), its fields pooled.
-  MoleculeId addEnd(const EndPoint& e, std::size_t line, std::uint64_t stamp, EndFields& fields);
-  // A row between two ends from addEnd or repeatEnd.
+  MoleculeId addEnd(const EndPoint& e, std::size_t line, EndFields& fields);
+  // Whether adding the molecule's last end again, with the same fields, would change
+  // nothing (no field left to fill, no conflict to count). The caller may then reuse that
+  // end's pooled fields without calling addEnd.
+  bool repeatable(MoleculeId id) const { return lastEnds_[id - 1].repeatable; }
+  // A row between two ends from addEnd (or repeats of them).
   void addInteraction(MoleculeId source, MoleculeId target, const EndFields& sourceFields,
                       const EndFields& targetFields, PooledText effect, PooledText interactionType,
                       PubmedId pubmedId, std::size_t line);
@@ -251,12 +247,11 @@ class NetworkBuilder {
   std::shared_ptr<TextPool> texts_ = std::make_shared<TextPool>();
   // Molecules by name while the network is built.
   absl::flat_hash_map<std::string, MoleculeId, TextHash, TextEq> names_;
-  // Per molecule (id - 1): the end fields of its last row, pooled; the stamp of that row
-  // end; and whether reading the same fields again would change nothing (no field left to
-  // fill, no conflict to count). Most rows repeat a molecule's fields, and then the
-  // molecule's own record is not looked at.
+  // Per molecule (id - 1): the end fields of its last row, pooled, and whether reading the
+  // same fields again would change nothing (no field left to fill, no conflict to count).
+  // Most rows repeat a molecule's fields, and then the molecule's own record is not looked
+  // at.
   struct LastEnd {
-    std::uint64_t stamp = kNoStamp;
     bool repeatable = false;
     EndFields fields;
   };

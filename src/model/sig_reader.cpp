@@ -2,25 +2,31 @@
 //
 // A file of a million rows is read in two stages. The text is cut at line breaks into
 // pieces, and each piece is scanned on its own (on several threads when there are several
-// pieces): its lines are split, checked and numbered, its names and effect and type words
-// listed once each, and every row end that repeats the fields of the previous end naming
-// the same molecule in the piece is marked. The pieces are then added to the network one
-// after the other, in file order, on the calling thread: a marked end costs one look-up by
-// molecule id instead of a search by name and four field comparisons. Molecule ids, merge
-// rules, warnings and error lines are those of reading the rows one by one, whatever the
-// number of threads.
+// pieces): its lines are split, checked and numbered, its effect and type words listed
+// once each, and the names of its rows looked up in a table of names shared by all
+// scanners. Each name there keeps the fields that followed it when it was first met, as
+// written, and every row end says whether it repeats them. The pieces are then added to
+// the network one after the other, in file order, on the calling thread: an end that
+// repeats its name's usual fields, once such an end has been added and changed nothing,
+// takes the molecule and the pooled fields kept with the name, with no look-up by name.
+// Molecule ids, merge rules, warnings and error lines are those of reading the rows one
+// by one, whatever the number of threads.
 
 #include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
+#include <absl/hash/hash.h>
 
 #include "model/effects.h"
 #include "model/line_fields.h"
@@ -55,18 +61,119 @@ std::string UnknownEffectMessage(std::string_view effect) {
   return message;
 }
 
-constexpr std::uint32_t kNone = ~std::uint32_t{0};
+// A name as the scanners meet it. The text of the name and the text of the four fields
+// that followed it the first time it was met (its usual fields, exactly as written) never
+// change once the entry is made; the scanners only read them. The rest belongs to the
+// thread adding the rows: the molecule the name stands for and, once an end with the
+// usual fields has been added without changing or contradicting the molecule, those
+// fields pooled. Such an end changes nothing when it comes again, however many rows come
+// between: a molecule's fields only ever go from unknown to known, and the usual fields
+// already agree with every known one. The entry is followed in memory by the name and the
+// usual fields.
+struct alignas(64) NameEntry {
+  // Written and read by the adding thread only.
+  MoleculeId id = 0;
+  bool repeats = false;  // an end with the usual fields changes nothing; `fields` hold them
+  NetworkBuilder::EndFields fields;
+  // Set when the entry is made.
+  std::size_t hash = 0;
+  std::uint32_t nameSize = 0;
+  std::uint32_t usualSize = 0;
+
+  std::string_view name() const { return {text(), nameSize}; }
+  std::string_view usual() const { return {text() + nameSize, usualSize}; }
+
+ private:
+  const char* text() const { return reinterpret_cast<const char*>(this + 1); }
+};
+static_assert(std::is_trivially_destructible_v<NameEntry>);
+
+// The names met in a file, shared by the threads scanning it. The table is split in
+// shards by hash, each with its own lock (taken only when several threads scan), so that
+// scanners seldom wait for each other. Entries stay where they are made until the table
+// goes.
+class SharedNames {
+ public:
+  explicit SharedNames(bool concurrent) : concurrent_(concurrent) {}
+
+  // The entry for `name`, made with `usual` as its usual fields if the name is new.
+  NameEntry* find(std::string_view name, std::string_view usual) {
+    const std::size_t hash = absl::Hash<std::string_view>{}(name);
+    Shard& shard = shards_[hash >> (64 - kShardBits)];
+    std::unique_lock lock(shard.mutex, std::defer_lock);
+    if (concurrent_) lock.lock();
+    const Key key{name, hash};
+    const auto it = shard.entries.find(key);
+    if (it != shard.entries.end()) return *it;
+    NameEntry* entry = shard.make(name, usual, hash);
+    shard.entries.insert(entry);
+    return entry;
+  }
+
+ private:
+  static constexpr unsigned kShardBits = 6;
+  static constexpr std::size_t kBlockEntries = 1024;
+  static_assert(sizeof(std::size_t) == 8);
+
+  struct Key {
+    std::string_view name;
+    std::size_t hash;
+  };
+  struct KeyHash {
+    using is_transparent = void;
+    std::size_t operator()(const NameEntry* e) const { return e->hash; }
+    std::size_t operator()(const Key& k) const { return k.hash; }
+  };
+  struct KeyEq {
+    using is_transparent = void;
+    bool operator()(const NameEntry* a, const NameEntry* b) const { return a == b; }
+    bool operator()(const Key& k, const NameEntry* e) const { return e->name() == k.name; }
+    bool operator()(const NameEntry* e, const Key& k) const { return e->name() == k.name; }
+  };
+
+  struct Shard {
+    std::mutex mutex;
+    absl::flat_hash_set<NameEntry*, KeyHash, KeyEq> entries;
+    // Entries are cut from blocks of memory that live as long as the table; an entry's
+    // texts take the room of the entries after it.
+    std::vector<std::unique_ptr<NameEntry[]>> blocks;
+    std::size_t used = 0, capacity = 0;  // entries of the last block
+
+    NameEntry* make(std::string_view name, std::string_view usual, std::size_t hash) {
+      const std::size_t slots =
+          1 + (name.size() + usual.size() + sizeof(NameEntry) - 1) / sizeof(NameEntry);
+      if (capacity - used < slots) {
+        // Blocks grow from small ones, for the many small networks read by shuffles.
+        capacity = std::max(slots, std::clamp<std::size_t>(2 * capacity, 16, kBlockEntries));
+        blocks.push_back(std::make_unique<NameEntry[]>(capacity));
+        used = 0;
+      }
+      NameEntry* entry = blocks.back().get() + used;
+      used += slots;
+      entry->hash = hash;
+      entry->nameSize = static_cast<std::uint32_t>(name.size());
+      entry->usualSize = static_cast<std::uint32_t>(usual.size());
+      char* text = reinterpret_cast<char*>(entry + 1);
+      std::copy(name.begin(), name.end(), text);
+      std::copy(usual.begin(), usual.end(), text + name.size());
+      return entry;
+    }
+  };
+
+  std::array<Shard, std::size_t{1} << kShardBits> shards_;
+  bool concurrent_;
+};
 
 // One data row of a piece.
 struct ScannedRow {
-  std::uint32_t offset = 0;                // of its line in the piece
-  std::uint32_t line = 0;                  // its line, counted from the piece's first (0)
-  std::array<std::uint32_t, 2> name{};     // index into ScannedPiece::names
-  std::array<std::uint32_t, 2> earlier{};  // the end it repeats (2 * row + side), or kNone
-  std::uint32_t effect = 0;                // index into ScannedPiece::words
-  std::uint32_t type = 0;                  // likewise
-  bool endsData = false;                   // names "na": the data end here
-  bool numeric = true;                     // the PubMed field is a number
+  std::uint32_t offset = 0;          // of its line in the piece
+  std::uint32_t line = 0;            // its line, counted from the piece's first (0)
+  std::array<NameEntry*, 2> name{};  // source and target
+  std::array<bool, 2> usual{};       // the end repeats its name's usual fields
+  bool endsData = false;             // names "na": the data end here
+  bool numeric = true;               // the PubMed field is a number
+  std::uint32_t effect = 0;          // index into ScannedPiece::words
+  std::uint32_t type = 0;            // likewise
   PubmedId pubmed = 0;
 };
 
@@ -82,7 +189,6 @@ struct ScannedPiece {
   std::string_view text;
   std::uint32_t lines = 0;
   std::vector<ScannedRow> rows;
-  std::vector<std::string_view> names;  // as written (without the "P" before a digit)
   std::vector<std::string_view> words;  // effects and interaction types
   std::optional<ScanError> error;
 };
@@ -93,18 +199,11 @@ std::string_view LineAt(std::string_view text, std::size_t offset) {
 }
 
 // Scans one piece. `fileStart`: the piece begins the file, so its first row may be a line
-// of column titles. `findRepeats`: mark the ends that repeat an earlier end of the piece
-// (worth it when the piece is scanned on another thread than the one adding rows).
-ScannedPiece ScanPiece(std::string_view text, bool fileStart, bool findRepeats) {
+// of column titles.
+ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names) {
   ScannedPiece piece;
   piece.text = text;
   piece.rows.reserve(text.size() / 80 + 1);
-  struct Seen {
-    std::uint32_t index;
-    std::uint32_t lastEnd;                   // 2 * row + side
-    std::array<std::string_view, 4> fields;  // of that end
-  };
-  absl::flat_hash_map<std::string_view, Seen> names;
   absl::flat_hash_map<std::string_view, std::uint32_t> words;
   const auto word = [&](std::string_view w) {
     const auto [it, inserted] =
@@ -138,27 +237,15 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, bool findRepeats) 
     row.endsData = f[0] == "na" || f[5] == "na";
     row.effect = word(f[10]);
     row.type = word(f[11]);
-    const auto rowIndex = static_cast<std::uint32_t>(piece.rows.size() - 1);
-    if (!findRepeats) {
-      row.earlier = {kNone, kNone};
-      continue;
-    }
-    for (std::uint32_t side = 0; side < 2; ++side) {
+    for (std::size_t side = 0; side < 2; ++side) {
       const std::size_t first = side * 5;
-      const std::array<std::string_view, 4> fields{f[first + 1], f[first + 2], f[first + 3],
-                                                   f[first + 4]};
-      const std::uint32_t end = 2 * rowIndex + side;
-      const auto [it, inserted] = names.try_emplace(
-          f[first], Seen{static_cast<std::uint32_t>(piece.names.size()), end, fields});
-      if (inserted) {
-        piece.names.push_back(f[first]);
-        row.earlier[side] = kNone;
-      } else {
-        row.earlier[side] = it->second.fields == fields ? it->second.lastEnd : kNone;
-        it->second.lastEnd = end;
-        it->second.fields = fields;
-      }
-      row.name[side] = it->second.index;
+      // The four fields after the name as written, blanks between them included.
+      const char* begin = f[first + 1].data();
+      const std::string_view usual(
+          begin, static_cast<std::size_t>(f[first + 4].data() + f[first + 4].size() - begin));
+      NameEntry* entry = names.find(f[first], usual);
+      row.name[side] = entry;
+      row.usual[side] = entry->usual() == usual;
     }
   }
   piece.lines = static_cast<std::uint32_t>(lines.number());
@@ -174,21 +261,17 @@ class PieceAdder {
       : builder_(builder), file_(file), warnings_(warnings) {}
 
   void add(const ScannedPiece& piece) {
-    molecules_.assign(piece.names.size(), 0);
     pooled_.assign(piece.words.size(), std::nullopt);
     for (std::size_t r = 0; r < piece.rows.size(); ++r) {
-      // The name look-ups of a row a few rows on are started now: they mostly miss the
-      // cache, and by the time that row is added the entries are there.
-      if (!piece.names.empty() && r + kAhead < piece.rows.size()) {
-        for (const std::uint32_t name : piece.rows[r + kAhead].name) {
-          if (molecules_[name] == 0) builder_.prefetchMolecule(piece.names[name]);
-        }
+      // The entries of a row a few rows on are fetched now: they mostly miss the cache,
+      // and by the time that row is added they are there.
+      if (r + kAhead < piece.rows.size()) {
+        for (const NameEntry* entry : piece.rows[r + kAhead].name) __builtin_prefetch(entry);
       }
       addRow(piece, r);
     }
     if (piece.error) fail(piece, *piece.error);
     firstLine_ += piece.lines;
-    firstRow_ += piece.rows.size();
   }
 
  private:
@@ -217,13 +300,10 @@ class PieceAdder {
     std::array<std::string_view, 13> f;
     bool split = false;
     for (std::size_t side = 0; side < 2; ++side) {
-      const std::uint64_t stamp = 2 * (firstRow_ + r) + side;
-      // Without marked repeats (one thread) the piece lists no names.
-      MoleculeId unlisted = 0;
-      MoleculeId& id = piece.names.empty() ? unlisted : molecules_[row.name[side]];
-      if (id != 0 && row.earlier[side] != kNone &&
-          builder_.repeatEnd(id, 2 * firstRow_ + row.earlier[side], stamp, fields[side])) {
-        ids[side] = id;
+      NameEntry& entry = *row.name[side];
+      if (entry.repeats && row.usual[side]) {
+        ids[side] = entry.id;
+        fields[side] = entry.fields;
         continue;
       }
       if (!split) {
@@ -233,8 +313,13 @@ class PieceAdder {
       const std::size_t first = side * 5;
       const EndPoint end{WithLetterPrefix(f[first], nameBuffer_), f[first + 1], f[first + 2],
                          f[first + 3], f[first + 4]};
-      id = builder_.addEnd(end, line, stamp, fields[side]);
+      const MoleculeId id = builder_.addEnd(end, line, fields[side]);
       ids[side] = id;
+      entry.id = id;
+      if (row.usual[side] && builder_.repeatable(id)) {
+        entry.repeats = true;
+        entry.fields = fields[side];
+      }
     }
     builder_.addInteraction(ids[0], ids[1], fields[0], fields[1], pooled(piece, row.effect),
                             pooled(piece, row.type), row.pubmed, line);
@@ -260,9 +345,7 @@ class PieceAdder {
   const std::string& file_;
   Warnings* warnings_;
   std::size_t firstLine_ = 0;  // lines before the piece
-  std::size_t firstRow_ = 0;   // rows before the piece
   bool ended_ = false;         // a row naming "na" ended the data; later lines are still checked
-  std::vector<MoleculeId> molecules_;              // per name of the piece, once known
   std::vector<std::optional<PooledText>> pooled_;  // per word of the piece, once pooled
   std::string nameBuffer_;
 };
@@ -297,9 +380,10 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
                               std::size_t{1} << 16, std::size_t{1} << 22);
   const std::vector<std::string_view> pieces = CutIntoPieces(text, pieceSize);
   PieceAdder adder(builder, file, warnings);
+  SharedNames names(threads > 1 && pieces.size() > 1);
   if (threads == 1 || pieces.size() == 1) {
     for (std::size_t k = 0; k < pieces.size(); ++k) {
-      adder.add(ScanPiece(pieces[k], k == 0, false));
+      adder.add(ScanPiece(pieces[k], k == 0, names));
       if (consumed) consumed(pieces[k]);
     }
   } else {
@@ -322,7 +406,7 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
         std::optional<ScannedPiece> piece;
         std::exception_ptr error;
         try {
-          piece.emplace(ScanPiece(pieces[k], k == 0, true));
+          piece.emplace(ScanPiece(pieces[k], k == 0, names));
         } catch (...) {
           error = std::current_exception();
         }
