@@ -7,6 +7,7 @@
 
 #include "model/line_fields.h"
 #include "model/readers.h"
+#include "test_support.h"
 #include "util/error.h"
 
 namespace tessel {
@@ -125,6 +126,19 @@ TEST(SigReaderPieces, BadLinesAndTheEndOfDataInLaterPieces) {
     ended += "A B C\n";
     EXPECT_THROW(ReadSigText(ended, "e.sig", nullptr, threads), InputError);
   }
+}
+
+// A file of several MB is mapped rather than read, and given back piece by piece as its
+// rows are added.
+TEST(SigReaderPieces, LargeFilesReadLikeTheirText) {
+  const std::string text = MixedText(70000, 3);
+  ASSERT_GT(text.size(), std::size_t{4} << 20);
+  test::ScratchDir dir;
+  test::WriteFile(dir / "large.sig", text);
+  ReadOptions options;
+  options.threads = 2;
+  EXPECT_EQ(Fingerprint(LoadNetwork(dir / "large.sig", options)),
+            Fingerprint(ReadNetworkText(text, "large.sig", {})));
 }
 
 }  // namespace

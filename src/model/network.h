@@ -197,6 +197,11 @@ class NetworkBuilder {
   NetworkBuilder() = default;
 
   void reserve(std::size_t rows);
+  // The memory reserve() set aside for interactions (for PrefaultPages on another thread).
+  std::span<std::byte> reservedInteractions() {
+    return std::as_writable_bytes(
+        std::span(net_.interactions_.data(), net_.interactions_.capacity()));
+  }
 
   // Adds one row. `line` is only used to locate merge conflicts for the validation report.
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
@@ -213,6 +218,10 @@ class NetworkBuilder {
   // nothing (no field left to fill, no conflict to count). The caller may then reuse that
   // end's pooled fields without calling addEnd.
   bool repeatable(MoleculeId id) const { return lastEnds_[id - 1].repeatable; }
+  // Asks the processor to fetch what addInteraction(source, target, ...) will look up.
+  void prefetchPair(MoleculeId source, MoleculeId target) const {
+    net_.pairIndex_.prefetch(Network::pairKey(source, target));
+  }
   // A row between two ends from addEnd (or repeats of them).
   void addInteraction(MoleculeId source, MoleculeId target, const EndFields& sourceFields,
                       const EndFields& targetFields, PooledText effect, PooledText interactionType,

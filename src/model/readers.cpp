@@ -13,7 +13,6 @@
 #include "model/text_input.h"
 #include "util/error.h"
 #include "util/files.h"
-#include "util/memory.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -155,21 +154,21 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
 }
 
 namespace {
-// Reads `text` with the reader of `format` (not Auto). `owned`, when given, is the string
-// holding the text: it is emptied as soon as the reader no longer needs it, which for SIG
+// Reads `text` with the reader of `format` (not Auto). `owned`, when given, is the file
+// holding the text: it is given back as soon as the reader no longer needs it, which for SIG
 // files is before the network's adjacency is built (a million rows are about 100 MB of
 // text); the text of rows already added is given back as the reading goes on.
-Network ReadFormat(std::string_view text, std::string* owned, const std::string& file,
+Network ReadFormat(std::string_view text, FileText* owned, const std::string& file,
                    NetworkFormat format, const ReadOptions& options, Warnings* warnings) {
   switch (format) {
     case NetworkFormat::Sig: {
       NetworkBuilder builder;
       std::function<void(std::string_view)> consumed;
       if (owned != nullptr) {
-        consumed = [](std::string_view part) { ReleasePages(part.data(), part.size()); };
+        consumed = [owned](std::string_view part) { owned->releasePart(part); };
       }
       ReadSigRows(text, file, warnings, options.threads, builder, consumed);
-      if (owned != nullptr) std::string().swap(*owned);
+      if (owned != nullptr) owned->release();
       return builder.build();
     }
     case NetworkFormat::Pairs:
@@ -195,7 +194,7 @@ Network ReadFormat(std::string_view text, std::string* owned, const std::string&
 }
 
 // Reads a network from `text` (`owned` as for ReadFormat).
-Network ReadText(std::string_view text, std::string* owned, const std::string& file,
+Network ReadText(std::string_view text, FileText* owned, const std::string& file,
                  const ReadOptions& options, Warnings* warnings) {
   NetworkFormat format = options.format;
   if (format == NetworkFormat::Auto) {
@@ -228,8 +227,8 @@ Network ReadNetworkText(std::string_view text, const std::string& file, const Re
 
 Network LoadNetwork(const std::filesystem::path& path, const ReadOptions& options,
                     Warnings* warnings) {
-  std::string text = ReadWholeFile(path);
-  return ReadText(text, &text, path.string(), options, warnings);
+  FileText text(path);
+  return ReadText(text.view(), &text, path.string(), options, warnings);
 }
 
 Network LoadNetwork(const std::filesystem::path& path, NetworkFormat format, Warnings* warnings) {

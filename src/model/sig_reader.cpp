@@ -33,6 +33,7 @@
 #include "model/readers.h"
 #include "model/text_input.h"
 #include "util/error.h"
+#include "util/memory.h"
 #include "util/parallel.h"
 
 namespace tessel {
@@ -268,6 +269,11 @@ class PieceAdder {
       if (r + kAhead < piece.rows.size()) {
         for (const NameEntry* entry : piece.rows[r + kAhead].name) __builtin_prefetch(entry);
       }
+      // Half way there, the entries are in, and the pair's place in the index is fetched.
+      if (r + kAhead / 2 < piece.rows.size()) {
+        const auto& [source, target] = piece.rows[r + kAhead / 2].name;
+        if (source->id != 0 && target->id != 0) builder_.prefetchPair(source->id, target->id);
+      }
       addRow(piece, r);
     }
     if (piece.error) fail(piece, *piece.error);
@@ -373,6 +379,13 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
   CheckIsText(text, file, EmptyText::kNoBytes);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   threads = ResolveThreads(threads);
+  // With threads to spare, the kernel readies the interactions' memory on one of them while
+  // the first pieces are scanned, instead of page by page as the rows are added.
+  std::jthread prefault;
+  if (threads > 1) {
+    prefault = std::jthread(
+        [block = builder.reservedInteractions()] { PrefaultPages(block.data(), block.size()); });
+  }
   // Pieces of at most 4 MB (offsets within a piece fit 32 bits with room to spare), enough of
   // them to keep every thread busy while the calling thread adds the earlier ones.
   const std::size_t pieceSize =
@@ -396,25 +409,29 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
     std::size_t next = 0, added = 0;
     bool stop = false;
     std::exception_ptr failure;
+    // Scans the next piece if one may be taken; called with `lock` held.
+    const auto scanNext = [&](std::unique_lock<std::mutex>& lock) {
+      if (stop || next >= pieces.size() || next >= added + window) return false;
+      const std::size_t k = next++;
+      lock.unlock();
+      std::optional<ScannedPiece> piece;
+      std::exception_ptr error;
+      try {
+        piece.emplace(ScanPiece(pieces[k], k == 0, names));
+      } catch (...) {
+        error = std::current_exception();
+      }
+      lock.lock();
+      if (error && !failure) failure = error;
+      if (error) stop = true;
+      scanned[k] = std::move(piece);
+      changed.notify_all();
+      return true;
+    };
     const auto scanner = [&] {
       std::unique_lock lock(mutex);
-      while (true) {
-        changed.wait(lock, [&] { return stop || (next < pieces.size() && next < added + window); });
-        if (stop || next >= pieces.size()) return;
-        const std::size_t k = next++;
-        lock.unlock();
-        std::optional<ScannedPiece> piece;
-        std::exception_ptr error;
-        try {
-          piece.emplace(ScanPiece(pieces[k], k == 0, names));
-        } catch (...) {
-          error = std::current_exception();
-        }
-        lock.lock();
-        if (error && !failure) failure = error;
-        if (error) stop = true;
-        scanned[k] = std::move(piece);
-        changed.notify_all();
+      while (!stop && next < pieces.size()) {
+        if (!scanNext(lock)) changed.wait(lock);
       }
     };
     std::vector<std::jthread> workers;
@@ -434,8 +451,11 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
       for (std::size_t k = 0; k < pieces.size(); ++k) {
         std::optional<ScannedPiece> piece;
         {
+          // While its next piece is being scanned, the adding thread scans a later one.
           std::unique_lock lock(mutex);
-          changed.wait(lock, [&] { return scanned[k].has_value() || failure != nullptr; });
+          while (!scanned[k].has_value() && failure == nullptr) {
+            if (!scanNext(lock)) changed.wait(lock);
+          }
           if (failure) std::rethrow_exception(failure);
           piece = std::move(scanned[k]);
           scanned[k].reset();

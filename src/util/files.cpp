@@ -1,6 +1,7 @@
 #include "util/files.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +42,51 @@ std::string ReadWholeFile(const fs::path& path) {
   }
   if (in.bad()) throw InputError(path.string(), 0, "read error");
   return content;
+}
+
+FileText::FileText(const fs::path& path) {
+  // Small files are read: mapping only pays for itself on large ones.
+  constexpr std::size_t kMapFrom = std::size_t{1} << 22;
+  std::error_code ec;
+  const auto status = fs::status(path, ec);
+  if (!ec && fs::is_regular_file(status)) {
+    const auto size = fs::file_size(path, ec);
+    const int fd = ec || size < kMapFrom ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd >= 0) {
+      struct stat info {};
+      if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
+          static_cast<std::size_t>(info.st_size) >= kMapFrom) {
+        const auto bytes = static_cast<std::size_t>(info.st_size);
+        void* data = mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+        if (data != MAP_FAILED) {
+          mapped_ = data;
+          mappedSize_ = bytes;
+          view_ = {static_cast<const char*>(data), bytes};
+        }
+      }
+      close(fd);
+    }
+  }
+  if (mapped_ == nullptr) {
+    read_ = ReadWholeFile(path);
+    view_ = read_;
+  }
+}
+
+FileText::~FileText() {
+  release();
+}
+
+void FileText::releasePart(std::string_view part) {
+  ReleasePages(part.data(), part.size());
+}
+
+void FileText::release() {
+  if (mapped_ != nullptr) munmap(mapped_, mappedSize_);
+  mapped_ = nullptr;
+  mappedSize_ = 0;
+  std::string().swap(read_);
+  view_ = {};
 }
 
 void CreateFolder(const fs::path& folder) {

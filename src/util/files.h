@@ -10,6 +10,30 @@ namespace tessel {
 // Reads a whole file. Throws InputError for a missing file, a directory or a read error.
 std::string ReadWholeFile(const std::filesystem::path& path);
 
+// A whole file's bytes, for readers of large files. A regular file of some size is mapped
+// into memory, which spares copying it and clearing fresh memory for it; other files are
+// read with ReadWholeFile, whose errors apply. (A mapped file that another program cuts
+// short while it is being read ends the program; networks are read once, right away.)
+class FileText {
+ public:
+  explicit FileText(const std::filesystem::path& path);
+  ~FileText();
+  FileText(const FileText&) = delete;
+  FileText& operator=(const FileText&) = delete;
+
+  std::string_view view() const { return view_; }
+  // Gives back the memory of a part of view() that will not be read again.
+  void releasePart(std::string_view part);
+  // Gives back all of it; view() is empty afterwards.
+  void release();
+
+ private:
+  std::string read_;
+  void* mapped_ = nullptr;
+  std::size_t mappedSize_ = 0;
+  std::string_view view_;
+};
+
 // Creates a folder and its missing parents (an existing folder is fine); throws OutputError
 // naming the folder when it cannot.
 void CreateFolder(const std::filesystem::path& folder);

@@ -34,4 +34,15 @@ void ReleasePages([[maybe_unused]] const void* data, [[maybe_unused]] std::size_
 #endif
 }
 
+void PrefaultPages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) {
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  if (data == nullptr || page == 0 || bytes < page) return;
+  const auto begin = reinterpret_cast<std::uintptr_t>(data) & ~(page - 1);
+  const auto end = reinterpret_cast<std::uintptr_t>(data) + bytes;
+  // Older kernels refuse the request; the pages then come as they are written.
+  madvise(reinterpret_cast<void*>(begin), end - begin, MADV_POPULATE_WRITE);
+#endif
+}
+
 }  // namespace tessel

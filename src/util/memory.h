@@ -18,4 +18,10 @@ void PreferHugePages(void* data, std::size_t bytes);
 // as the reading goes on. Does nothing where not supported.
 void ReleasePages(const void* data, std::size_t bytes);
 
+// Has the kernel supply the block's pages now, as if they had been written, without
+// changing what they hold. Safe to call from one thread while another writes the block
+// (the kernel does the work, not the program), so that a writer following behind finds
+// its pages ready. Does nothing where not supported.
+void PrefaultPages(void* data, std::size_t bytes);
+
 }  // namespace tessel
