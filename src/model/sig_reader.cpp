@@ -69,8 +69,8 @@ std::string UnknownEffectMessage(std::string_view effect) {
 // usual fields has been added without changing or contradicting the molecule, those
 // fields pooled. Such an end changes nothing when it comes again, however many rows come
 // between: a molecule's fields only ever go from unknown to known, and the usual fields
-// already agree with every known one. The entry is followed in memory by the name and the
-// usual fields.
+// already agree with every known one. The entry is followed in memory by the usual fields
+// and the name.
 struct alignas(64) NameEntry {
   // Written and read by the adding thread only.
   MoleculeId id = 0;
@@ -81,8 +81,8 @@ struct alignas(64) NameEntry {
   std::uint32_t nameSize = 0;
   std::uint32_t usualSize = 0;
 
-  std::string_view name() const { return {text(), nameSize}; }
-  std::string_view usual() const { return {text() + nameSize, usualSize}; }
+  std::string_view usual() const { return {text(), usualSize}; }
+  std::string_view name() const { return {text() + usualSize, nameSize}; }
 
  private:
   const char* text() const { return reinterpret_cast<const char*>(this + 1); }
@@ -91,8 +91,8 @@ static_assert(std::is_trivially_destructible_v<NameEntry>);
 
 // The names met in a file, shared by the threads scanning it. The table is split in
 // shards by hash, each with its own lock (taken only when several threads scan), so that
-// scanners seldom wait for each other. Entries stay where they are made until the table
-// goes.
+// scanners seldom wait for each other. The table holds short names itself, so that finding
+// one reads no entry. Entries stay where they are made until the table goes.
 class SharedNames {
  public:
   explicit SharedNames(bool concurrent) : concurrent_(concurrent) {}
@@ -105,10 +105,14 @@ class SharedNames {
     if (concurrent_) lock.lock();
     const Key key{name, hash};
     const auto it = shard.entries.find(key);
-    if (it != shard.entries.end()) return *it;
-    NameEntry* entry = shard.make(name, usual, hash);
-    shard.entries.insert(entry);
-    return entry;
+    if (it != shard.entries.end()) return it->entry;
+    Slot slot{shard.make(name, usual, hash), kLong, {}};
+    if (name.size() < kLong) {
+      slot.size = static_cast<std::uint8_t>(name.size());
+      std::copy(name.begin(), name.end(), slot.head.begin());
+    }
+    shard.entries.insert(slot);
+    return slot.entry;
   }
 
  private:
@@ -116,25 +120,35 @@ class SharedNames {
   static constexpr std::size_t kBlockEntries = 1024;
   static_assert(sizeof(std::size_t) == 8);
 
+  // A name's place in the table: its entry and, when shorter than kLong, the name itself.
+  static constexpr std::uint8_t kLong = 23;
+  struct Slot {
+    NameEntry* entry;
+    std::uint8_t size;  // of the name, or kLong
+    std::array<char, kLong> head;
+  };
   struct Key {
     std::string_view name;
     std::size_t hash;
   };
   struct KeyHash {
     using is_transparent = void;
-    std::size_t operator()(const NameEntry* e) const { return e->hash; }
+    std::size_t operator()(const Slot& s) const { return s.entry->hash; }
     std::size_t operator()(const Key& k) const { return k.hash; }
   };
   struct KeyEq {
     using is_transparent = void;
-    bool operator()(const NameEntry* a, const NameEntry* b) const { return a == b; }
-    bool operator()(const Key& k, const NameEntry* e) const { return e->name() == k.name; }
-    bool operator()(const NameEntry* e, const Key& k) const { return e->name() == k.name; }
+    bool operator()(const Slot& a, const Slot& b) const { return a.entry == b.entry; }
+    bool operator()(const Key& k, const Slot& s) const {
+      if (k.name.size() >= kLong) return s.size == kLong && s.entry->name() == k.name;
+      return s.size == k.name.size() && std::equal(k.name.begin(), k.name.end(), s.head.begin());
+    }
+    bool operator()(const Slot& s, const Key& k) const { return (*this)(k, s); }
   };
 
   struct Shard {
     std::mutex mutex;
-    absl::flat_hash_set<NameEntry*, KeyHash, KeyEq> entries;
+    absl::flat_hash_set<Slot, KeyHash, KeyEq> entries;
     // Entries are cut from blocks of memory that live as long as the table; an entry's
     // texts take the room of the entries after it.
     std::vector<std::unique_ptr<NameEntry[]>> blocks;
@@ -155,8 +169,8 @@ class SharedNames {
       entry->nameSize = static_cast<std::uint32_t>(name.size());
       entry->usualSize = static_cast<std::uint32_t>(usual.size());
       char* text = reinterpret_cast<char*>(entry + 1);
-      std::copy(name.begin(), name.end(), text);
-      std::copy(usual.begin(), usual.end(), text + name.size());
+      std::copy(usual.begin(), usual.end(), text);
+      std::copy(name.begin(), name.end(), text + usual.size());
       return entry;
     }
   };
@@ -170,11 +184,13 @@ struct ScannedRow {
   std::uint32_t offset = 0;          // of its line in the piece
   std::uint32_t line = 0;            // its line, counted from the piece's first (0)
   std::array<NameEntry*, 2> name{};  // source and target
-  std::array<bool, 2> usual{};       // the end repeats its name's usual fields
-  bool endsData = false;             // names "na": the data end here
-  bool numeric = true;               // the PubMed field is a number
-  std::uint32_t effect = 0;          // index into ScannedPiece::words
-  std::uint32_t type = 0;            // likewise
+  // The four fields after each name, as written, blanks between them included.
+  std::array<std::uint32_t, 2> fieldsAt{};  // offset in the piece
+  std::array<std::uint32_t, 2> fieldsSize{};
+  bool endsData = false;     // names "na": the data end here
+  bool numeric = true;       // the PubMed field is a number
+  std::uint32_t effect = 0;  // index into ScannedPiece::words
+  std::uint32_t type = 0;    // likewise
   PubmedId pubmed = 0;
 };
 
@@ -244,9 +260,9 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
       const char* begin = f[first + 1].data();
       const std::string_view usual(
           begin, static_cast<std::size_t>(f[first + 4].data() + f[first + 4].size() - begin));
-      NameEntry* entry = names.find(f[first], usual);
-      row.name[side] = entry;
-      row.usual[side] = entry->usual() == usual;
+      row.name[side] = names.find(f[first], usual);
+      row.fieldsAt[side] = static_cast<std::uint32_t>(begin - text.data());
+      row.fieldsSize[side] = static_cast<std::uint32_t>(usual.size());
     }
   }
   piece.lines = static_cast<std::uint32_t>(lines.number());
@@ -267,7 +283,10 @@ class PieceAdder {
       // The entries of a row a few rows on are fetched now: they mostly miss the cache,
       // and by the time that row is added they are there.
       if (r + kAhead < piece.rows.size()) {
-        for (const NameEntry* entry : piece.rows[r + kAhead].name) __builtin_prefetch(entry);
+        for (const NameEntry* entry : piece.rows[r + kAhead].name) {
+          __builtin_prefetch(entry);
+          __builtin_prefetch(entry + 1);  // its usual fields
+        }
       }
       // Half way there, the entries are in, and the pair's place in the index is fetched.
       if (r + kAhead / 2 < piece.rows.size()) {
@@ -307,7 +326,9 @@ class PieceAdder {
     bool split = false;
     for (std::size_t side = 0; side < 2; ++side) {
       NameEntry& entry = *row.name[side];
-      if (entry.repeats && row.usual[side]) {
+      const bool usual =
+          entry.usual() == piece.text.substr(row.fieldsAt[side], row.fieldsSize[side]);
+      if (entry.repeats && usual) {
         ids[side] = entry.id;
         fields[side] = entry.fields;
         continue;
@@ -322,7 +343,7 @@ class PieceAdder {
       const MoleculeId id = builder_.addEnd(end, line, fields[side]);
       ids[side] = id;
       entry.id = id;
-      if (row.usual[side] && builder_.repeatable(id)) {
+      if (usual && builder_.repeatable(id)) {
         entry.repeats = true;
         entry.fields = fields[side];
       }
