@@ -128,6 +128,36 @@ TEST(SigReaderPieces, BadLinesAndTheEndOfDataInLaterPieces) {
   }
 }
 
+// Lines are split sixteen bytes at a time: fields across those blocks, every kind of blank,
+// bytes that are no blanks (a line break inside a line, control and high bytes), lines
+// with one field too many.
+TEST(SigReaderPieces, SplitLineAgreesWithAByteByByteSplit) {
+  std::mt19937 random(4);
+  const std::string bytes = "ab \t\r\v\f\n\x01\xff";
+  for (int n = 0; n < 200000; ++n) {
+    std::string line(random() % 100, ' ');
+    const std::size_t kinds = random() % 2 == 0 ? bytes.size() : 3;
+    for (char& c : line) c = bytes[random() % kinds];
+    std::vector<std::string_view> expected;
+    for (std::size_t i = 0; i < line.size();) {
+      const auto blank = [&](std::size_t k) {
+        return std::string_view(" \t\r\v\f").find(line[k]) != std::string_view::npos;
+      };
+      while (i < line.size() && blank(i)) ++i;
+      const std::size_t start = i;
+      while (i < line.size() && !blank(i)) ++i;
+      if (i > start) expected.push_back(std::string_view(line).substr(start, i - start));
+    }
+    std::array<std::string_view, 13> f;
+    const std::size_t count = SplitLine(std::string_view(line), f);
+    ASSERT_EQ(count, std::min<std::size_t>(expected.size(), 14)) << line;
+    for (std::size_t k = 0; k < std::min<std::size_t>(count, 13); ++k) {
+      ASSERT_EQ(f[k].data(), expected[k].data()) << line;
+      ASSERT_EQ(f[k].size(), expected[k].size()) << line;
+    }
+  }
+}
+
 // A file of several MB is mapped rather than read, and given back piece by piece as its
 // rows are added.
 TEST(SigReaderPieces, LargeFilesReadLikeTheirText) {
