@@ -212,6 +212,11 @@ class NetworkBuilder {
   //
   // The molecule named `name`, or 0.
   MoleculeId findMolecule(std::string_view name) const;
+  // Asks the processor to fetch what findMolecule(name) will read, ahead of the call.
+  void prefetchMolecule(std::string_view name) const { names_.prefetch(name); }
+  // Likewise for what adding a row between the molecules named `source` and `target` will
+  // read once their names are found; best called after prefetchMolecule for both.
+  void prefetchRow(std::string_view source, std::string_view target) const;
   // The molecule of one end of a row (created or merged as addRow does), its fields pooled.
   MoleculeId addEnd(const EndPoint& e, std::size_t line, EndFields& fields);
   // Whether adding the molecule's last end again, with the same fields, would change

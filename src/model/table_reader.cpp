@@ -416,12 +416,42 @@ class RowReader {
   void preferEffectColumn() { flags_ = {kAbsent, kAbsent}; }
 
   void read(LineCursor& lines, NetworkBuilder& builder) {
-    FieldSplitter row(layout_.separator, layout_.quotes);
-    std::size_t line = 0;
-    while (NextRecord(lines, row, file_, line)) addRow(row, line, builder);
+    // Adding a row is mostly waiting for memory, so the rows are split two ahead of the one
+    // being added: the places of their names in the builder are fetched two rows ahead, and
+    // the molecules' records and the pair's place one row ahead.
+    constexpr std::size_t kStages = 3;
+    std::vector<FieldSplitter> rows(kStages, FieldSplitter(layout_.separator, layout_.quotes));
+    std::array<std::size_t, kStages> lineOf{};
+    std::size_t split = 0;  // rows split so far
+    for (; split < kStages - 1; ++split) {
+      if (!NextRecord(lines, rows[split], file_, lineOf[split])) break;
+      builder.prefetchMolecule(nameOf(rows[split], true));
+      builder.prefetchMolecule(nameOf(rows[split], false));
+    }
+    for (std::size_t r = 0; r < split; ++r) {
+      // Rows r + 1 and r + 2 take the other two places.
+      FieldSplitter& next = rows[split % kStages];
+      if (split == r + kStages - 1 && NextRecord(lines, next, file_, lineOf[split % kStages])) {
+        builder.prefetchMolecule(nameOf(next, true));
+        builder.prefetchMolecule(nameOf(next, false));
+        ++split;
+      }
+      if (r + 1 < split) {
+        const FieldSplitter& soon = rows[(r + 1) % kStages];
+        builder.prefetchRow(nameOf(soon, true), nameOf(soon, false));
+      }
+      addRow(rows[r % kStages], lineOf[r % kStages], builder);
+    }
   }
 
  private:
+  // The field that names a row's source or target, as written.
+  std::string_view nameOf(const FieldSplitter& row, bool source) const {
+    const Role symbol = source ? kSourceSymbol : kTargetSymbol;
+    if (layout_.has(symbol) && !IsUnknownField(field(row, symbol))) return field(row, symbol);
+    return field(row, source ? kSource : kTarget);
+  }
+
   void warn(std::string_view key, std::size_t line, std::string message) {
     if (warnings_) warnings_->add(key, file_, line, std::move(message));
   }
