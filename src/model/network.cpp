@@ -236,17 +236,19 @@ void NetworkBuilder::addInteraction(MoleculeId s, MoleculeId t, const EndFields&
 
 namespace {
 
-// Fills a compressed adjacency from (owner, value) pairs, keeping the pairs' order.
-template <typename Value, typename Pairs>
-void FillCompressed(std::size_t n, const Pairs& pairs, std::vector<std::size_t>& start,
+// Fills a compressed adjacency from (owner, value) pairs, keeping their order. `forEach`
+// calls the function it is given with every pair; it is run twice (counting, then filling),
+// so that the pairs need not be stored.
+template <typename Value, typename ForEach>
+void FillCompressed(std::size_t n, const ForEach& forEach, std::vector<std::size_t>& start,
                     std::vector<Value>& values) {
   start.assign(n + 1, 0);
-  for (const auto& [owner, value] : pairs) ++start[owner];
+  forEach([&start](MoleculeId owner, Value) { ++start[owner]; });
   for (std::size_t i = 1; i <= n; ++i) start[i] += start[i - 1];
   // Owner v (1-based) now owns [start[v-1], start[v]).
-  values.resize(pairs.size());
+  values.resize(start[n]);
   std::vector<std::size_t> next(start.begin(), start.end() - 1);
-  for (const auto& [owner, value] : pairs) values[next[owner - 1]++] = value;
+  forEach([&](MoleculeId owner, Value value) { values[next[owner - 1]++] = value; });
 }
 
 void CountLinks(Molecule& source, Molecule& target, const Interaction& i) {
@@ -280,18 +282,18 @@ Network NetworkBuilder::build() {
 
   // Undirected neighbours in order of first meeting: interactions in creation order give
   // exactly that order, since each pair's first row creates its interaction.
-  std::vector<std::pair<MoleculeId, MoleculeId>> ends;
-  ends.reserve(net.interactions_.size() * 2);
-  PreferHugePages(ends.data(), ends.capacity() * sizeof(ends[0]));
-  for (const Interaction& i : net.interactions_) {
-    if (i.source == i.target) continue;
-    ends.emplace_back(i.source, i.target);
-    ends.emplace_back(i.target, i.source);
-  }
   std::vector<std::size_t> candidateStart;
   std::vector<MoleculeId> candidates;
-  FillCompressed(n, ends, candidateStart, candidates);
-  ends = {};
+  FillCompressed(
+      n,
+      [&net](const auto& pair) {
+        for (const Interaction& i : net.interactions_) {
+          if (i.source == i.target) continue;
+          pair(i.source, i.target);
+          pair(i.target, i.source);
+        }
+      },
+      candidateStart, candidates);
   net.neighbourStart_.assign(n + 1, 0);
   net.neighbourIds_.clear();
   net.neighbourIds_.reserve(candidates.size());
@@ -307,15 +309,16 @@ Network NetworkBuilder::build() {
   }
 
   // Directed adjacency by interaction index.
-  std::vector<std::pair<MoleculeId, std::uint32_t>> out, in;
-  out.reserve(net.interactions_.size());
-  in.reserve(net.interactions_.size());
-  for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
-    out.emplace_back(net.interactions_[k].source, k);
-    in.emplace_back(net.interactions_[k].target, k);
-  }
-  FillCompressed(n, out, net.outStart_, net.outIds_);
-  FillCompressed(n, in, net.inStart_, net.inIds_);
+  const auto byEnd = [&net](bool source) {
+    return [&net, source](const auto& pair) {
+      for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
+        const Interaction& i = net.interactions_[k];
+        pair(source ? i.source : i.target, k);
+      }
+    };
+  };
+  FillCompressed(n, byEnd(true), net.outStart_, net.outIds_);
+  FillCompressed(n, byEnd(false), net.inStart_, net.inIds_);
 
   // Display order: stable sort by upper-cased name.
   std::vector<std::string> keys;

@@ -20,6 +20,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <thread>
 #include <type_traits>
 #include <vector>
@@ -400,13 +401,6 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
   CheckIsText(text, file, EmptyText::kNoBytes);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   threads = ResolveThreads(threads);
-  // With threads to spare, the kernel readies the interactions' memory on one of them while
-  // the first pieces are scanned, instead of page by page as the rows are added.
-  std::jthread prefault;
-  if (threads > 1) {
-    prefault = std::jthread(
-        [block = builder.reservedInteractions()] { PrefaultPages(block.data(), block.size()); });
-  }
   // Pieces of at most 4 MB (offsets within a piece fit 32 bits with room to spare), enough of
   // them to keep every thread busy while the calling thread adds the earlier ones.
   const std::size_t pieceSize =
@@ -424,6 +418,7 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
     // Scanners take pieces in order and stay at most `window` pieces ahead of the adder, so
     // that only a few scanned pieces are held at a time.
     const std::size_t window = 2 * static_cast<std::size_t>(threads);
+    const std::span<std::byte> block = builder.reservedInteractions();
     std::vector<std::optional<ScannedPiece>> scanned(pieces.size());
     std::mutex mutex;
     std::condition_variable changed;
@@ -439,6 +434,14 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
       std::exception_ptr error;
       try {
         piece.emplace(ScanPiece(pieces[k], k == 0, names));
+        // The kernel readies the memory the piece's interactions will take, here rather
+        // than page by page on the adding thread; no sooner, so that it grows as the text
+        // read is given back.
+        const auto at = [&](const char* p) {
+          return block.size() * static_cast<std::size_t>(p - text.data()) / text.size();
+        };
+        const std::size_t from = at(pieces[k].data());
+        PrefaultPages(block.data() + from, at(pieces[k].data() + pieces[k].size()) - from);
       } catch (...) {
         error = std::current_exception();
       }
