@@ -4,6 +4,7 @@
 
 #include "model/warnings.h"
 #include "util/memory.h"
+#include "util/parallel.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -276,66 +277,78 @@ void CountLinks(Molecule& source, Molecule& target, const Interaction& i) {
 
 }  // namespace
 
-Network NetworkBuilder::build() {
+Network NetworkBuilder::build(unsigned threads) {
   Network& net = net_;
   const std::size_t n = net.molecules_.size();
 
-  // Undirected neighbours in order of first meeting: interactions in creation order give
-  // exactly that order, since each pair's first row creates its interaction.
-  std::vector<std::size_t> candidateStart;
-  std::vector<MoleculeId> candidates;
-  FillCompressed(
-      n,
-      [&net](const auto& pair) {
-        for (const Interaction& i : net.interactions_) {
-          if (i.source == i.target) continue;
-          pair(i.source, i.target);
-          pair(i.target, i.source);
-        }
-      },
-      candidateStart, candidates);
-  net.neighbourStart_.assign(n + 1, 0);
-  net.neighbourIds_.clear();
-  net.neighbourIds_.reserve(candidates.size());
-  std::vector<MoleculeId> stamp(n + 1, 0);
-  for (MoleculeId v = 1; v <= n; ++v) {
-    for (std::size_t k = candidateStart[v - 1]; k < candidateStart[v]; ++k) {
-      const MoleculeId u = candidates[k];
-      if (stamp[u] == v) continue;
-      stamp[u] = v;
-      net.neighbourIds_.push_back(u);
-    }
-    net.neighbourStart_[v] = net.neighbourIds_.size();
-  }
-
-  // Directed adjacency by interaction index.
-  const auto byEnd = [&net](bool source) {
-    return [&net, source](const auto& pair) {
-      for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
-        const Interaction& i = net.interactions_[k];
-        pair(source ? i.source : i.target, k);
+  const auto undirected = [&] {
+    // Undirected neighbours in order of first meeting: interactions in creation order give
+    // exactly that order, since each pair's first row creates its interaction.
+    std::vector<std::size_t> candidateStart;
+    std::vector<MoleculeId> candidates;
+    FillCompressed(
+        n,
+        [&net](const auto& pair) {
+          for (const Interaction& i : net.interactions_) {
+            if (i.source == i.target) continue;
+            pair(i.source, i.target);
+            pair(i.target, i.source);
+          }
+        },
+        candidateStart, candidates);
+    net.neighbourStart_.assign(n + 1, 0);
+    net.neighbourIds_.clear();
+    net.neighbourIds_.reserve(candidates.size());
+    std::vector<MoleculeId> stamp(n + 1, 0);
+    for (MoleculeId v = 1; v <= n; ++v) {
+      for (std::size_t k = candidateStart[v - 1]; k < candidateStart[v]; ++k) {
+        const MoleculeId u = candidates[k];
+        if (stamp[u] == v) continue;
+        stamp[u] = v;
+        net.neighbourIds_.push_back(u);
       }
-    };
+      net.neighbourStart_[v] = net.neighbourIds_.size();
+    }
   };
-  FillCompressed(n, byEnd(true), net.outStart_, net.outIds_);
-  FillCompressed(n, byEnd(false), net.inStart_, net.inIds_);
 
-  // Display order: stable sort by upper-cased name.
-  std::vector<std::string> keys;
-  keys.reserve(n);
-  for (const Molecule& m : net.molecules_) keys.push_back(UpperCaseKey(m.name));
-  net.displayOrder_.resize(n);
-  for (MoleculeId v = 1; v <= n; ++v) net.displayOrder_[v - 1] = v;
-  std::stable_sort(net.displayOrder_.begin(), net.displayOrder_.end(),
-                   [&](MoleculeId a, MoleculeId b) { return keys[a - 1] < keys[b - 1]; });
+  // The rest reads the interactions and writes other members.
+  const auto rest = [&] {
+    // Directed adjacency by interaction index.
+    const auto byEnd = [&net](bool source) {
+      return [&net, source](const auto& pair) {
+        for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
+          const Interaction& i = net.interactions_[k];
+          pair(source ? i.source : i.target, k);
+        }
+      };
+    };
+    FillCompressed(n, byEnd(true), net.outStart_, net.outIds_);
+    FillCompressed(n, byEnd(false), net.inStart_, net.inIds_);
 
-  for (Molecule& m : net.molecules_) m.links = {};
-  for (const Interaction& i : net.interactions_) {
-    CountLinks(net.molecules_[i.source - 1], net.molecules_[i.target - 1], i);
+    // Display order: stable sort by upper-cased name.
+    std::vector<std::string> keys;
+    keys.reserve(n);
+    for (const Molecule& m : net.molecules_) keys.push_back(UpperCaseKey(m.name));
+    net.displayOrder_.resize(n);
+    for (MoleculeId v = 1; v <= n; ++v) net.displayOrder_[v - 1] = v;
+    std::stable_sort(net.displayOrder_.begin(), net.displayOrder_.end(),
+                     [&](MoleculeId a, MoleculeId b) { return keys[a - 1] < keys[b - 1]; });
+
+    for (Molecule& m : net.molecules_) m.links = {};
+    for (const Interaction& i : net.interactions_) {
+      CountLinks(net.molecules_[i.source - 1], net.molecules_[i.target - 1], i);
+    }
+
+    net.nameIndex_.reserve(n);
+    for (const Molecule& m : net.molecules_) net.nameIndex_.emplace(m.name, m.id);
+  };
+
+  if (threads > 1) {
+    OnThreads(2, [&](unsigned part) { part == 0 ? undirected() : rest(); });
+  } else {
+    undirected();
+    rest();
   }
-
-  net.nameIndex_.reserve(n);
-  for (const Molecule& m : net.molecules_) net.nameIndex_.emplace(m.name, m.id);
   net.texts_ = std::move(texts_);
   Network result = std::move(net_);
   net_ = Network();

@@ -247,9 +247,9 @@ class NetworkBuilder {
   std::size_t rowCount() const { return rows_; }
   std::size_t interactionCount() const { return net_.interactions_.size(); }
 
-  // Builds the adjacency, the display order and the link counters. The builder is empty
-  // afterwards.
-  Network build();
+  // Builds the adjacency, the display order and the link counters, on two threads when
+  // `threads` is more than one. The builder is empty afterwards.
+  Network build(unsigned threads = 1);
 
  private:
   void recordConflict(MoleculeId id, MoleculeConflict::Field field, std::string_view value,

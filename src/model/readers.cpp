@@ -13,6 +13,7 @@
 #include "model/text_input.h"
 #include "util/error.h"
 #include "util/files.h"
+#include "util/parallel.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -169,7 +170,7 @@ Network ReadFormat(std::string_view text, FileText* owned, const std::string& fi
       }
       ReadSigRows(text, file, warnings, options.threads, builder, consumed);
       if (owned != nullptr) owned->release();
-      return builder.build();
+      return builder.build(ResolveThreads(options.threads));
     }
     case NetworkFormat::Pairs:
       return ReadTwoColumnText(text, file, warnings);

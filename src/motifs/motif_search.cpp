@@ -69,38 +69,6 @@ std::pair<std::size_t, std::size_t> Slice(std::size_t count, unsigned parts, uns
   return {count * part / parts, count * (part + 1) / parts};
 }
 
-// Runs fn(t) for t in [0, threads), t = 0 on the calling thread and the others on threads
-// of their own, and rethrows the first exception once all are done.
-template <typename Fn>
-void OnThreads(unsigned threads, const Fn& fn) {
-  if (threads <= 1) {
-    fn(0u);
-    return;
-  }
-  std::vector<std::exception_ptr> errors(threads);
-  {
-    std::vector<std::jthread> pool;  // joined when left
-    pool.reserve(threads - 1);
-    for (unsigned t = 1; t < threads; ++t) {
-      pool.emplace_back([&, t] {
-        try {
-          fn(t);
-        } catch (...) {
-          errors[t] = std::current_exception();
-        }
-      });
-    }
-    try {
-      fn(0u);
-    } catch (...) {
-      errors[0] = std::current_exception();
-    }
-  }
-  for (const auto& e : errors) {
-    if (e) std::rethrow_exception(e);
-  }
-}
-
 // Compressed rows: the values of row r are values[start[r] .. start[r + 1]).
 template <typename T>
 class Rows {

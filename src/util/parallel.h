@@ -5,9 +5,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 #include "util/progress.h"
 
@@ -55,5 +58,37 @@ using ParallelBody = std::function<void(std::size_t index, ParallelWorker& worke
 // results by index, so the results do not depend on the thread count.
 void ParallelFor(std::size_t n, unsigned threads, Progress& progress, const ParallelBody& body,
                  const ParallelHooks& hooks = {});
+
+// Runs fn(t) for t in [0, threads), t = 0 on the calling thread and the others on threads
+// of their own, and rethrows the first exception once all are done.
+template <typename Fn>
+void OnThreads(unsigned threads, const Fn& fn) {
+  if (threads <= 1) {
+    fn(0u);
+    return;
+  }
+  std::vector<std::exception_ptr> errors(threads);
+  {
+    std::vector<std::jthread> pool;  // joined when left
+    pool.reserve(threads - 1);
+    for (unsigned t = 1; t < threads; ++t) {
+      pool.emplace_back([&, t] {
+        try {
+          fn(t);
+        } catch (...) {
+          errors[t] = std::current_exception();
+        }
+      });
+    }
+    try {
+      fn(0u);
+    } catch (...) {
+      errors[0] = std::current_exception();
+    }
+  }
+  for (const auto& e : errors) {
+    if (e) std::rethrow_exception(e);
+  }
+}
 
 }  // namespace tessel
