@@ -6,7 +6,8 @@
 #   RUNS=5 bench/compare.sh         runs per figure, median taken (default 3)
 #   IGRAPH_RUNS=1 bench/compare.sh  runs of igraph's statistics (default RUNS): its path
 #                                   lengths take minutes on the 50,000-molecule networks
-#   ONLY="load-100k one-10k" bench/compare.sh   only the networks named
+#   ONLY="load-100k one-10k" bench/compare.sh   only the networks named (load-100k-table:
+#                                   the million rows of load-100k as a four-column table)
 #
 # Loading: `tessel validate -q` as a process (start, load, validation report), the
 # in-process load (tessel::LoadNetwork, timed by tessel-time; all cores and one thread), igraph's Read_Edgelist on
@@ -111,6 +112,13 @@ for sig in "$data"/*.sig; do
     "$sig" >"$base.edges"
 done
 
+# The million rows again as a table with a title line, for the table reader.
+if [[ ! -s $data/load-100k.tsv ]]; then
+  awk 'BEGIN { OFS = "\t"; print "source", "target", "effect", "pubmed" }
+       { print $1, $6, ($11 == "+" ? "activation" : ($11 == "_" ? "inhibition" : "binding")), $13 }' \
+    "$data/load-100k.sig" >"$data/load-100k.tsv"
+fi
+
 igraph_script=$(mktemp)
 out=$(mktemp -d)
 trap 'rm -rf "$igraph_script" "$out"' EXIT
@@ -167,14 +175,17 @@ molecules() { "$bin/tessel-time" load "$1" | sed -n 2p | cut -d' ' -f1; }
 section "Loading (seconds, median of $runs)"
 printf '%-18s %9s %14s %11s %13s %10s %13s %11s %10s\n' network molecules "tessel-process" \
   "tessel-load" "tessel-load-1" "igraph-ids" "igraph-names" "ratio-ids" "ratio-names"
-for name in several-10k several-50k load-100k; do
+for name in several-10k several-50k load-100k load-100k-table; do
   wanted "$name" || continue
-  sig=$data/$name.sig
+  # load-100k-table: the same rows as a four-column table (source, target, effect, PubMed).
+  pairs=$data/${name%-table}
+  sig=$pairs.sig
+  [[ $name == *-table ]] && sig=$pairs.tsv
   process=$(median "$runs" wall "$bin/tessel" validate --json -q -o "$out" "$sig")
   load=$(median "$runs" "$bin/tessel-time" load "$sig")
   load1=$(median "$runs" "$bin/tessel-time" load "$sig" 1)
-  ids=$(igraph_time "$runs" edgelist "$data/$name.edges")
-  names=$(igraph_time "$runs" ncol "$data/$name.ncol")
+  ids=$(igraph_time "$runs" edgelist "$pairs.edges")
+  names=$(igraph_time "$runs" ncol "$pairs.ncol")
   printf '%-18s %9s %14.3f %11.3f %13.3f %10s %13s %11s %10s\n' "$name" "$(molecules "$sig")" \
     "$process" "$load" "$load1" "$ids" "$names" "$(ratio "$ids" "$load")" \
     "$(ratio "$names" "$load")"

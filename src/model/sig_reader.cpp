@@ -115,16 +115,28 @@ class SharedNames {
  public:
   explicit SharedNames(bool concurrent) : concurrent_(concurrent) {}
 
-  // The entry for `name`, made with `usual` as its usual fields if the name is new.
-  NameEntry* find(std::string_view name, std::string_view usual) {
-    const std::size_t hash = absl::Hash<std::string_view>{}(name);
-    Shard& shard = shards_[hash >> (64 - kShardBits)];
+  // A name to look up, with its hash.
+  struct Key {
+    std::string_view name;
+    std::size_t hash;
+  };
+  static Key KeyOf(std::string_view name) { return {name, absl::Hash<std::string_view>{}(name)}; }
+
+  // Asks the processor to fetch the table's place for `key`, ahead of find(key). Only
+  // while one thread scans: with several, the table may change meanwhile.
+  void prefetch(const Key& key) const {
+    if (!concurrent_) shards_[key.hash >> (64 - kShardBits)].entries.prefetch(key);
+  }
+
+  // The entry for `key`, made with `usual` as its usual fields if the name is new.
+  NameEntry* find(const Key& key, std::string_view usual) {
+    const std::string_view name = key.name;
+    Shard& shard = shards_[key.hash >> (64 - kShardBits)];
     std::unique_lock lock(shard.lock, std::defer_lock);
     if (concurrent_) lock.lock();
-    const Key key{name, hash};
     const auto it = shard.entries.find(key);
     if (it != shard.entries.end()) return it->entry;
-    Slot slot{shard.make(name, usual, hash), kLong, {}};
+    Slot slot{shard.make(name, usual, key.hash), kLong, {}};
     if (name.size() < kLong) {
       slot.size = static_cast<std::uint8_t>(name.size());
       std::copy(name.begin(), name.end(), slot.head.begin());
@@ -144,10 +156,6 @@ class SharedNames {
     NameEntry* entry;
     std::uint8_t size;  // of the name, or kLong
     std::array<char, kLong> head;
-  };
-  struct Key {
-    std::string_view name;
-    std::size_t hash;
   };
   struct KeyHash {
     using is_transparent = void;
@@ -246,6 +254,8 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
     if (inserted) piece.words.push_back(w);
     return it->second;
   };
+  std::vector<std::array<SharedNames::Key, 2>> keys;  // per row: source and target
+  keys.reserve(piece.rows.capacity());
   std::array<std::string_view, 13> f;
   LineCursor lines(text, LineCursor::Mode::kRaw);
   std::string_view line;
@@ -272,18 +282,31 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
     row.endsData = f[0] == "na" || f[5] == "na";
     row.effect = word(f[10]);
     row.type = word(f[11]);
+    auto& key = keys.emplace_back();
     for (std::size_t side = 0; side < 2; ++side) {
       const std::size_t first = side * 5;
       // The four fields after the name as written, blanks between them included.
       const char* begin = f[first + 1].data();
-      const std::string_view usual(
-          begin, static_cast<std::size_t>(f[first + 4].data() + f[first + 4].size() - begin));
-      row.name[side] = names.find(f[first], usual);
       row.fieldsAt[side] = static_cast<std::uint32_t>(begin - text.data());
-      row.fieldsSize[side] = static_cast<std::uint32_t>(usual.size());
+      row.fieldsSize[side] =
+          static_cast<std::uint32_t>(f[first + 4].data() + f[first + 4].size() - begin);
+      key[side] = SharedNames::KeyOf(f[first]);
     }
   }
   piece.lines = static_cast<std::uint32_t>(lines.number());
+  // The names are looked up once the lines are split, so that the table's places for the
+  // names of rows a few on can be fetched ahead.
+  constexpr std::size_t kAhead = 8;
+  for (std::size_t r = 0; r < piece.rows.size(); ++r) {
+    if (r + kAhead < piece.rows.size()) {
+      for (const SharedNames::Key& k : keys[r + kAhead]) names.prefetch(k);
+    }
+    ScannedRow& row = piece.rows[r];
+    for (std::size_t side = 0; side < 2; ++side) {
+      row.name[side] =
+          names.find(keys[r][side], text.substr(row.fieldsAt[side], row.fieldsSize[side]));
+    }
+  }
   return piece;
 }
 
