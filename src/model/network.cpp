@@ -280,6 +280,11 @@ void CountLinks(Molecule& source, Molecule& target, const Interaction& i) {
 Network NetworkBuilder::build(unsigned threads) {
   Network& net = net_;
   const std::size_t n = net.molecules_.size();
+  // The ends of every interaction, read once: the interactions are large, and each
+  // adjacency below goes over the ends twice.
+  std::vector<std::pair<MoleculeId, MoleculeId>> ends;
+  ends.reserve(net.interactions_.size());
+  for (const Interaction& i : net.interactions_) ends.emplace_back(i.source, i.target);
 
   const auto undirected = [&] {
     // Undirected neighbours in order of first meeting: interactions in creation order give
@@ -288,11 +293,11 @@ Network NetworkBuilder::build(unsigned threads) {
     std::vector<MoleculeId> candidates;
     FillCompressed(
         n,
-        [&net](const auto& pair) {
-          for (const Interaction& i : net.interactions_) {
-            if (i.source == i.target) continue;
-            pair(i.source, i.target);
-            pair(i.target, i.source);
+        [&ends](const auto& pair) {
+          for (const auto& [source, target] : ends) {
+            if (source == target) continue;
+            pair(source, target);
+            pair(target, source);
           }
         },
         candidateStart, candidates);
@@ -314,11 +319,10 @@ Network NetworkBuilder::build(unsigned threads) {
   // The rest reads the interactions and writes other members.
   const auto rest = [&] {
     // Directed adjacency by interaction index.
-    const auto byEnd = [&net](bool source) {
-      return [&net, source](const auto& pair) {
-        for (std::uint32_t k = 0; k < net.interactions_.size(); ++k) {
-          const Interaction& i = net.interactions_[k];
-          pair(source ? i.source : i.target, k);
+    const auto byEnd = [&ends](bool source) {
+      return [&ends, source](const auto& pair) {
+        for (std::uint32_t k = 0; k < ends.size(); ++k) {
+          pair(source ? ends[k].first : ends[k].second, k);
         }
       };
     };
