@@ -179,7 +179,7 @@ Network ReadFormat(std::string_view text, FileText* owned, const std::string& fi
     case NetworkFormat::Mitab:
       return ReadMitabText(text, file, warnings);
     case NetworkFormat::Table:
-      return ReadTableText(text, file, options.columns, warnings);
+      return ReadTableText(text, file, options.columns, warnings, ResolveThreads(options.threads));
     case NetworkFormat::Sif:
       return ReadSifText(text, file, warnings);
     case NetworkFormat::Signor:

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "model/effects.h"
 #include "model/text_input.h"
 #include "util/error.h"
+#include "util/memory.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -587,10 +589,18 @@ class RowReader {
 
 // Reads the rows after the title line (or all rows when the layout has none).
 Network ReadWithLayout(std::string_view text, const std::string& file, const Layout& layout,
-                       bool preferEffectColumn, Warnings* warnings) {
+                       bool preferEffectColumn, Warnings* warnings, unsigned threads = 1) {
   NetworkBuilder builder;
   builder.makeNamesSigSafe(warnings, file);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+  // With a thread to spare, the kernel readies the interactions' memory on it while the
+  // rows are read (the rows of a line share one interaction, so the reserve is not
+  // outgrown).
+  std::jthread prefault;
+  if (threads > 1) {
+    prefault = std::jthread(
+        [block = builder.reservedInteractions()] { PrefaultPages(block.data(), block.size()); });
+  }
   LineCursor lines(text, LineCursor::Mode::kStripped);
   if (layout.header) {
     FieldSplitter titles(layout.separator, layout.quotes);
@@ -601,7 +611,7 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
   if (preferEffectColumn) reader.preferEffectColumn();
   reader.read(lines, builder);
   if (builder.rowCount() == 0) throw InputError(file, 0, "the file holds no interactions");
-  return builder.build();
+  return builder.build(threads);
 }
 
 // Places the table columns from the title line and the user's choices; throws when no
@@ -799,11 +809,11 @@ void NoteColumnsUsed(const Layout& layout, const std::string& file, bool effectC
 }
 
 Network ReadTableText(std::string_view text, const std::string& file, const TableColumns& columns,
-                      Warnings* warnings) {
+                      Warnings* warnings, unsigned threads) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, columns, true);
   NoteColumnsUsed(layout, file, !columns.effect.empty(), warnings);
-  return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings);
+  return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings, threads);
 }
 
 Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings) {

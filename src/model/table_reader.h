@@ -48,9 +48,12 @@ class TableColumnsError : public InputError {
 // not know, flag pairs that are both 0 or both 1, rows without a source or target and
 // repeated title lines are counted as warnings. A file whose first line has no source and
 // target titles but four tab-separated fields (regulator, target, a sign word,
-// ";"-separated PubMed ids) is read with those columns and no title line.
+// ";"-separated PubMed ids) is read with those columns and no title line. Rows are read on
+// the calling thread; with `threads` above one, the network's memory is readied and its
+// adjacency built on a second one.
 Network ReadTableText(std::string_view text, const std::string& file,
-                      const TableColumns& columns = {}, Warnings* warnings = nullptr);
+                      const TableColumns& columns = {}, Warnings* warnings = nullptr,
+                      unsigned threads = 1);
 
 // SIF: "A relation B [C ...]" per line, tab separated when the line holds a tab, else blank
 // separated; a line of one name is a molecule without interactions. Sign words and numbers
