@@ -477,8 +477,11 @@ void ReadSigRows(std::string_view text, const std::string& file, Warnings* warni
         // The kernel readies the memory the piece's interactions will take, here rather
         // than page by page on the adding thread; no sooner, so that it grows as the text
         // read is given back.
-        const auto at = [&](const char* p) {
-          return block.size() * static_cast<std::size_t>(p - text.data()) / text.size();
+        const auto at = [&](const char* p) {  // in floating point: the product may not fit
+          return std::min(block.size(),
+                          static_cast<std::size_t>(static_cast<double>(block.size()) *
+                                                   static_cast<double>(p - text.data()) /
+                                                   static_cast<double>(text.size())));
         };
         const std::size_t from = at(pieces[k].data());
         PrefaultPages(block.data() + from, at(pieces[k].data() + pieces[k].size()) - from);
