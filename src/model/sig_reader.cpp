@@ -551,7 +551,7 @@ Network ReadSigText(std::string_view text, const std::string& file, Warnings* wa
                     unsigned threads) {
   NetworkBuilder builder;
   ReadSigRows(text, file, warnings, threads, builder);
-  return builder.build();
+  return builder.build(ResolveThreads(threads));
 }
 
 }  // namespace tessel
