@@ -161,7 +161,9 @@ MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, EndFields
     }
     return true;
   };
-  if (!sigSafeNames_ || !SigSafeName(e.name)) {
+  // A name changed on the way in is warned about on every row that gives it.
+  const bool renamed = sigSafeNames_ && SigSafeName(e.name);
+  if (!renamed) {
     const MoleculeId id = findMolecule(e.name);
     if (id != 0 && id <= lastEnds_.size()) {
       LastEnd& last = lastEnds_[id - 1];
@@ -178,7 +180,7 @@ MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, EndFields
   for (std::size_t k = 0; k < 4; ++k) {
     if (last.fields[k] != given[k]) last.fields[k] = texts_->intern(given[k]);
   }
-  last.repeatable = conflictRows_ == conflictsBefore;
+  last.repeatable = !renamed && conflictRows_ == conflictsBefore;
   fields = last.fields;
   return id;
 }

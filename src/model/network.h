@@ -220,8 +220,8 @@ class NetworkBuilder {
   // The molecule of one end of a row (created or merged as addRow does), its fields pooled.
   MoleculeId addEnd(const EndPoint& e, std::size_t line, EndFields& fields);
   // Whether adding the molecule's last end again, with the same fields, would change
-  // nothing (no field left to fill, no conflict to count). The caller may then reuse that
-  // end's pooled fields without calling addEnd.
+  // nothing (no field left to fill, no conflict to count, no name to warn about). The caller
+  // may then reuse that end's pooled fields without calling addEnd.
   bool repeatable(MoleculeId id) const { return lastEnds_[id - 1].repeatable; }
   // Asks the processor to fetch what addInteraction(source, target, ...) will look up.
   void prefetchPair(MoleculeId source, MoleculeId target) const {
