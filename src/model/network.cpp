@@ -145,14 +145,6 @@ MoleculeId NetworkBuilder::findMolecule(std::string_view name) const {
   return it == names_.end() ? 0 : it->second;
 }
 
-void NetworkBuilder::prefetchRow(std::string_view source, std::string_view target) const {
-  const MoleculeId s = findMolecule(source);
-  const MoleculeId t = findMolecule(target);
-  if (s != 0 && s <= lastEnds_.size()) __builtin_prefetch(&lastEnds_[s - 1]);
-  if (t != 0 && t <= lastEnds_.size()) __builtin_prefetch(&lastEnds_[t - 1]);
-  if (s != 0 && t != 0) prefetchPair(s, t);
-}
-
 MoleculeId NetworkBuilder::addEnd(const EndPoint& e, std::size_t line, EndFields& fields) {
   const std::array<std::string_view, 4> given{e.accession, e.extraId, e.moleculeType, e.location};
   const auto same = [&given](const LastEnd& last) {

@@ -207,16 +207,11 @@ class NetworkBuilder {
   void addRow(const EndPoint& source, const EndPoint& target, std::string_view effect,
               std::string_view interactionType, PubmedId pubmedId, std::size_t line = 0);
 
-  // For readers that keep track of repeated row ends themselves (the SIG reader resolves
-  // names on several threads):
+  // For readers that keep track of repeated row ends themselves (the SIG and table readers
+  // resolve names on several threads, see model/piece_reading.h):
   //
   // The molecule named `name`, or 0.
   MoleculeId findMolecule(std::string_view name) const;
-  // Asks the processor to fetch what findMolecule(name) will read, ahead of the call.
-  void prefetchMolecule(std::string_view name) const { names_.prefetch(name); }
-  // Likewise for what adding a row between the molecules named `source` and `target` will
-  // read once their names are found; best called after prefetchMolecule for both.
-  void prefetchRow(std::string_view source, std::string_view target) const;
   // The molecule of one end of a row (created or merged as addRow does), its fields pooled.
   MoleculeId addEnd(const EndPoint& e, std::size_t line, EndFields& fields);
   // Whether adding the molecule's last end again, with the same fields, would change
@@ -224,7 +219,9 @@ class NetworkBuilder {
   // may then reuse that end's pooled fields without calling addEnd.
   bool repeatable(MoleculeId id) const { return lastEnds_[id - 1].repeatable; }
   // Asks the processor to fetch what addInteraction(source, target, ...) will look up.
-  void prefetchPair(MoleculeId source, MoleculeId target) const {
+  // Inlined with what it calls: GCC drops calls to functions that only prefetch.
+  [[gnu::always_inline, gnu::flatten]] void prefetchPair(MoleculeId source,
+                                                         MoleculeId target) const {
     net_.pairIndex_.prefetch(Network::pairKey(source, target));
   }
   // A row between two ends from addEnd (or repeats of them).

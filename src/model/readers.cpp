@@ -183,9 +183,9 @@ Network ReadFormat(std::string_view text, FileText* owned, const std::string& fi
     case NetworkFormat::Sif:
       return ReadSifText(text, file, warnings);
     case NetworkFormat::Signor:
-      return ReadSignorText(text, file, warnings);
+      return ReadSignorText(text, file, warnings, ResolveThreads(options.threads));
     case NetworkFormat::OmniPath:
-      return ReadOmniPathText(text, file, warnings);
+      return ReadOmniPathText(text, file, warnings, ResolveThreads(options.threads));
     case NetworkFormat::GraphMl:
       return ReadGraphMlText(text, file, warnings);
     case NetworkFormat::Auto:

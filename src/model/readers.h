@@ -74,8 +74,8 @@ struct ReadOptions {
   // A file from which the reader takes no interaction (only molecules, or nothing it could
   // use) is an InputError unless this is set.
   bool allowEmpty = false;
-  // Threads for reading large SIG files and for building networks from SIG files and
-  // tables (0: one per core).
+  // Threads for reading large SIG files and tables (SIGNOR and OmniPath files included)
+  // and for building their networks (0: one per core).
   unsigned threads = 0;
 };
 

@@ -3,14 +3,20 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <thread>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
+#include <absl/container/flat_hash_map.h>
+
 #include "model/effects.h"
+#include "model/piece_reading.h"
 #include "model/text_input.h"
 #include "util/error.h"
-#include "util/memory.h"
 #include "util/text.h"
 
 namespace tessel {
@@ -401,11 +407,83 @@ std::optional<bool> ParseFlag(std::string_view s) {
   return std::nullopt;
 }
 
-class RowReader {
+using pieces::NameEntry;
+using pieces::SharedNames;
+
+// A record of a piece of the table, as scanned for the adding thread.
+struct TableRow {
+  std::uint32_t line = 0;  // where the record starts, counted from the piece's first line (1)
+  // Source and target; null when the row adds nothing (its warnings say why).
+  std::array<NameEntry*, 2> name{};
+  // Each end's fields in TablePiece::texts (see EndKey).
+  std::array<std::uint32_t, 2> fieldsAt{}, fieldsSize{};
+  std::uint32_t effect = 0, type = 0;     // in TablePiece::words
+  std::uint32_t idsAt = 0, idsCount = 0;  // the PubMed ids in TablePiece::ids
+  std::uint32_t warningsEnd = 0;          // TablePiece::warnings up to and with this row's
+};
+
+struct PendingWarning {
+  std::string key;
+  std::uint32_t line;  // in the piece, as TableRow::line
+  std::string message;
+};
+
+struct TablePiece {
+  std::uint32_t lines = 0;
+  std::vector<TableRow> rows;
+  std::string texts;               // row ends' names and fields
+  std::vector<std::string> words;  // effects and interaction types, each once
+  std::vector<PubmedId> ids;
+  std::vector<PendingWarning> warnings;
+  // A record that cannot be read; the rows before it are good.
+  std::optional<std::pair<std::uint32_t, std::string>> error;
+  // While scanning, per row with names: where its source and target names are in texts,
+  // and their keys.
+  std::vector<std::array<std::uint32_t, 4>> nameAt;
+  std::vector<std::array<SharedNames::Key, 2>> keys;
+
+  void clear() {
+    lines = 0;
+    rows.clear();
+    texts.clear();
+    words.clear();
+    ids.clear();
+    warnings.clear();
+    error.reset();
+    nameAt.clear();
+    keys.clear();
+  }
+};
+
+// An end's fields other than the name, as one text (they hold no NUL: such texts are
+// refused), so that an end can be compared with its name's usual fields at once.
+void AppendEndKey(const EndPoint& e, std::string& out) {
+  for (const std::string_view field : {e.accession, e.extraId, e.moleculeType}) {
+    out.append(field);
+    out.push_back('\0');
+  }
+  out.append(e.location);
+}
+
+EndPoint EndFromKey(std::string_view name, std::string_view key) {
+  std::array<std::string_view, 4> f;
+  for (std::size_t k = 0; k < 3; ++k) {
+    const std::size_t end = key.find('\0');
+    f[k] = key.substr(0, end);
+    key.remove_prefix(end + 1);
+  }
+  f[3] = key;
+  return EndPoint{name, f[0], f[1], f[2], f[3]};
+}
+
+// Turns the records of a piece into rows: their fields as the network takes them, their
+// names looked up in the shared table, and the warnings each gives.
+class RowScanner {
  public:
-  RowReader(const Layout& layout, const std::string& file, Warnings* warnings)
-      : layout_(layout), file_(file), warnings_(warnings) {
+  RowScanner(const Layout& layout, bool preferEffectColumn, bool collectWarnings)
+      : layout_(layout), collect_(collectWarnings) {
     // Flags give the sign unless the user chose an effect column; consensus flags win.
+    if (preferEffectColumn) return;
     if (layout.has(kConsensusStimulationFlag) && layout.has(kConsensusInhibitionFlag)) {
       flags_ = {layout.column[kConsensusStimulationFlag], layout.column[kConsensusInhibitionFlag]};
       flagTitles_ = {"consensus_stimulation", "consensus_inhibition"};
@@ -415,47 +493,70 @@ class RowReader {
     }
   }
 
-  void preferEffectColumn() { flags_ = {kAbsent, kAbsent}; }
-
-  void read(LineCursor& lines, NetworkBuilder& builder) {
-    // Adding a row is mostly waiting for memory, so the rows are split two ahead of the one
-    // being added: the places of their names in the builder are fetched two rows ahead, and
-    // the molecules' records and the pair's place one row ahead.
-    constexpr std::size_t kStages = 3;
-    std::vector<FieldSplitter> rows(kStages, FieldSplitter(layout_.separator, layout_.quotes));
-    std::array<std::size_t, kStages> lineOf{};
-    std::size_t split = 0;  // rows split so far
-    for (; split < kStages - 1; ++split) {
-      if (!NextRecord(lines, rows[split], file_, lineOf[split])) break;
-      builder.prefetchMolecule(nameOf(rows[split], true));
-      builder.prefetchMolecule(nameOf(rows[split], false));
-    }
-    for (std::size_t r = 0; r < split; ++r) {
-      // Rows r + 1 and r + 2 take the other two places.
-      FieldSplitter& next = rows[split % kStages];
-      if (split == r + kStages - 1 && NextRecord(lines, next, file_, lineOf[split % kStages])) {
-        builder.prefetchMolecule(nameOf(next, true));
-        builder.prefetchMolecule(nameOf(next, false));
-        ++split;
+  // Scans `text` into `piece`, whose memory is reused.
+  void scan(std::string_view text, LineCursor::Mode mode, SharedNames& names, TablePiece& piece) {
+    piece.clear();
+    piece_ = &piece;
+    words_.clear();
+    piece.rows.reserve(text.size() / 40 + 1);
+    std::vector<std::array<std::uint32_t, 4>>& nameAt = piece.nameAt;
+    LineCursor lines(text, mode);
+    FieldSplitter row(layout_.separator, layout_.quotes);
+    std::string_view record;
+    while (lines.nextContent(record)) {
+      const auto line = static_cast<std::uint32_t>(lines.number());
+      bool closed = row.split(record);
+      while (!closed && lines.extend(record)) closed = row.split(record);
+      if (!closed) {
+        piece.error.emplace(line, "a quoted field opened on this line is never closed");
+        break;
       }
-      if (r + 1 < split) {
-        const FieldSplitter& soon = rows[(r + 1) % kStages];
-        builder.prefetchRow(nameOf(soon, true), nameOf(soon, false));
+      if (addRow(row, line)) {
+        TableRow& r = piece.rows.back();
+        auto& at = nameAt.emplace_back();
+        for (std::size_t side = 0; side < 2; ++side) {
+          const EndPoint& e = ends_[side];
+          at[2 * side] = static_cast<std::uint32_t>(piece.texts.size());
+          at[2 * side + 1] = static_cast<std::uint32_t>(e.name.size());
+          piece.texts.append(e.name);
+          r.fieldsAt[side] = static_cast<std::uint32_t>(piece.texts.size());
+          AppendEndKey(e, piece.texts);
+          r.fieldsSize[side] = static_cast<std::uint32_t>(piece.texts.size() - r.fieldsAt[side]);
+        }
       }
-      addRow(rows[r % kStages], lineOf[r % kStages], builder);
+      piece.rows.back().warningsEnd = static_cast<std::uint32_t>(piece.warnings.size());
     }
+    piece.lines = static_cast<std::uint32_t>(lines.number());
+    // The names are looked up once every record is read, so that the table's places for
+    // the names of rows a few on can be fetched ahead.
+    const std::string_view texts = piece.texts;
+    std::vector<std::array<SharedNames::Key, 2>>& keys = piece.keys;
+    keys.resize(nameAt.size());
+    for (std::size_t k = 0; k < keys.size(); ++k) {
+      for (std::size_t side = 0; side < 2; ++side) {
+        keys[k][side] =
+            SharedNames::KeyOf(texts.substr(nameAt[k][2 * side], nameAt[k][2 * side + 1]));
+      }
+    }
+    constexpr std::size_t kAhead = 8;
+    std::size_t k = 0;
+    for (TableRow& r : piece.rows) {
+      if (r.idsCount == 0) continue;  // adds nothing
+      if (k + kAhead < keys.size()) {
+        for (const SharedNames::Key& key : keys[k + kAhead]) names.prefetch(key);
+      }
+      for (std::size_t side = 0; side < 2; ++side) {
+        r.name[side] =
+            names.find(keys[k][side], texts.substr(r.fieldsAt[side], r.fieldsSize[side]));
+      }
+      ++k;
+    }
+    piece_ = nullptr;
   }
 
  private:
-  // The field that names a row's source or target, as written.
-  std::string_view nameOf(const FieldSplitter& row, bool source) const {
-    const Role symbol = source ? kSourceSymbol : kTargetSymbol;
-    if (layout_.has(symbol) && !IsUnknownField(field(row, symbol))) return field(row, symbol);
-    return field(row, source ? kSource : kTarget);
-  }
-
-  void warn(std::string_view key, std::size_t line, std::string message) {
-    if (warnings_) warnings_->add(key, file_, line, std::move(message));
+  void warn(std::string key, std::uint32_t line, std::string message) {
+    if (collect_) piece_->warnings.push_back({std::move(key), line, std::move(message)});
   }
 
   std::string_view field(const FieldSplitter& row, Role role) const {
@@ -463,7 +564,21 @@ class RowReader {
     return c == kAbsent ? std::string_view() : row[c];
   }
 
-  std::string_view effectOf(const FieldSplitter& row, std::size_t line) {
+  std::uint32_t word(std::string_view w) {
+    // The first few words of a piece are most of its rows'.
+    const std::size_t few = std::min<std::size_t>(piece_->words.size(), 8);
+    for (std::size_t k = 0; k < few; ++k) {
+      if (piece_->words[k] == w) return static_cast<std::uint32_t>(k);
+    }
+    const auto it = words_.find(w);
+    if (it != words_.end()) return it->second;
+    const auto index = static_cast<std::uint32_t>(piece_->words.size());
+    piece_->words.emplace_back(w);
+    words_.emplace(std::string(w), index);
+    return index;
+  }
+
+  std::string_view effectOf(const FieldSplitter& row, std::uint32_t line) {
     if (flags_.first != kAbsent) {
       const std::string_view stimText = row[flags_.first];
       const std::string_view inhText = row[flags_.second];
@@ -546,20 +661,23 @@ class RowReader {
     return e;
   }
 
-  void addRow(const FieldSplitter& row, std::size_t line, NetworkBuilder& builder) {
-    const EndPoint source = endPoint(row, true);
-    const EndPoint target = endPoint(row, false);
-    if (source.name.empty() || target.name.empty()) {
+  // Makes the record's row, its ends in ends_; false when it adds nothing.
+  bool addRow(const FieldSplitter& row, std::uint32_t line) {
+    TablePiece& piece = *piece_;
+    piece.rows.emplace_back().line = line;
+    ends_ = {endPoint(row, true), endPoint(row, false)};
+    if (ends_[0].name.empty() || ends_[1].name.empty()) {
       warn("no end", line, "row without a source or target; skipped");
-      return;
+      return false;
     }
     if (layout_.header && EqualsNoCase(field(row, kSource), layout_.sourceTitle) &&
         EqualsNoCase(field(row, kTarget), layout_.targetTitle)) {
       warn("title line", line, "repeated title line; skipped");
-      return;
+      return false;
     }
-    const std::string_view effect = effectOf(row, line);
-    const std::string_view type = OptionalWord(field(row, kType), typeBuffer_);
+    TableRow& r = piece.rows.back();
+    r.effect = word(effectOf(row, line));
+    r.type = word(OptionalWord(field(row, kType), typeBuffer_));
     const std::string_view references = field(row, kPubmed);
     ParsePubmedIds(references, pubmedIds_);
     if (pubmedIds_.empty()) {
@@ -569,7 +687,10 @@ class RowReader {
       }
       pubmedIds_.push_back(0);
     }
-    for (const PubmedId id : pubmedIds_) builder.addRow(source, target, effect, type, id, line);
+    r.idsAt = static_cast<std::uint32_t>(piece.ids.size());
+    r.idsCount = static_cast<std::uint32_t>(pubmedIds_.size());
+    piece.ids.insert(piece.ids.end(), pubmedIds_.begin(), pubmedIds_.end());
+    return true;
   }
 
   struct Buffers {
@@ -577,39 +698,125 @@ class RowReader {
   };
 
   const Layout& layout_;
-  const std::string& file_;
-  Warnings* warnings_;
+  bool collect_;
   std::pair<std::size_t, std::size_t> flags_{kAbsent, kAbsent};
   std::pair<std::string, std::string> flagTitles_;
   EffectWords effects_;
   Buffers sourceBuffers_, targetBuffers_;
+  std::array<EndPoint, 2> ends_;
   std::string typeBuffer_;
   std::vector<PubmedId> pubmedIds_;
+  TablePiece* piece_ = nullptr;
+  absl::flat_hash_map<std::string, std::uint32_t, TextHash, TextEq> words_;  // of the piece
 };
 
-// Reads the rows after the title line (or all rows when the layout has none).
+// Adds the scanned pieces of a table to the builder in file order.
+class TableAdder {
+ public:
+  TableAdder(NetworkBuilder& builder, const std::string& file, Warnings* warnings,
+             std::size_t linesBefore)
+      : builder_(builder), file_(file), warnings_(warnings), firstLine_(linesBefore) {}
+
+  void add(const TablePiece& piece) {
+    pooled_.assign(piece.words.size(), std::nullopt);
+    std::size_t warned = 0;
+    const std::string_view texts = piece.texts;
+    for (std::size_t k = 0; k < piece.rows.size(); ++k) {
+      pieces::FetchAhead(builder_, k, piece.rows.size(),
+                         [&piece](std::size_t j) { return piece.rows[j].name; });
+      const TableRow& row = piece.rows[k];
+      for (; warned < row.warningsEnd; ++warned) {
+        const PendingWarning& w = piece.warnings[warned];
+        warnings_->add(w.key, file_, firstLine_ + w.line, w.message);
+      }
+      if (row.name[0] == nullptr) continue;
+      const std::size_t line = firstLine_ + row.line;
+      const PooledText effect = pooled(piece, row.effect);
+      const PooledText type = pooled(piece, row.type);
+      for (std::uint32_t i = 0; i < row.idsCount; ++i) {
+        std::array<NetworkBuilder::EndFields, 2> fields;
+        std::array<MoleculeId, 2> ids{};
+        for (std::size_t side = 0; side < 2; ++side) {
+          NameEntry& entry = *row.name[side];
+          const std::string_view key = texts.substr(row.fieldsAt[side], row.fieldsSize[side]);
+          ids[side] = pieces::AddRowEnd(builder_, entry, entry.usual() == key, line, fields[side],
+                                        [&] { return EndFromKey(entry.name(), key); });
+        }
+        builder_.addInteraction(ids[0], ids[1], fields[0], fields[1], effect, type,
+                                piece.ids[row.idsAt + i], line);
+      }
+    }
+    if (piece.error) throw InputError(file_, firstLine_ + piece.error->first, piece.error->second);
+    firstLine_ += piece.lines;
+  }
+
+ private:
+  PooledText pooled(const TablePiece& piece, std::uint32_t word) {
+    auto& slot = pooled_[word];
+    if (!slot) slot = builder_.pooled(piece.words[word]);
+    return *slot;
+  }
+
+  NetworkBuilder& builder_;
+  const std::string& file_;
+  Warnings* warnings_;
+  std::size_t firstLine_;                          // lines before the piece
+  std::vector<std::optional<PooledText>> pooled_;  // per word of the piece, once pooled
+};
+
+// Reads the rows after the title line (or all rows when the layout has none): in pieces on
+// `threads` threads, unless a quoted field may hold a line break.
 Network ReadWithLayout(std::string_view text, const std::string& file, const Layout& layout,
                        bool preferEffectColumn, Warnings* warnings, unsigned threads = 1) {
   NetworkBuilder builder;
   builder.makeNamesSigSafe(warnings, file);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  // With a thread to spare, the kernel readies the interactions' memory on it while the
-  // rows are read (the rows of a line share one interaction, so the reserve is not
-  // outgrown).
-  std::jthread prefault;
-  if (threads > 1) {
-    prefault = std::jthread(
-        [block = builder.reservedInteractions()] { PrefaultPages(block.data(), block.size()); });
-  }
   LineCursor lines(text, LineCursor::Mode::kStripped);
   if (layout.header) {
     FieldSplitter titles(layout.separator, layout.quotes);
     std::size_t line = 0;
     NextRecord(lines, titles, file, line);
   }
-  RowReader reader(layout, file, warnings);
-  if (preferEffectColumn) reader.preferEffectColumn();
-  reader.read(lines, builder);
+  const std::string_view rows = text.substr(lines.offset());
+  const bool quoted = layout.quotes && rows.find('"') != std::string_view::npos;
+  const std::vector<std::string_view> parts =
+      quoted ? std::vector<std::string_view>{rows}
+             : pieces::CutIntoPieces(rows, pieces::PieceSize(rows.size(), threads));
+  const bool concurrent = threads > 1 && parts.size() > 1;
+  SharedNames names(concurrent);
+  TableAdder adder(builder, file, warnings, lines.number());
+  const std::span<std::byte> block = builder.reservedInteractions();
+  // Scanned pieces, and those already added, whose memory is taken again by later pieces.
+  std::vector<std::unique_ptr<TablePiece>> scanned(parts.size());
+  std::vector<std::unique_ptr<TablePiece>> spare;
+  std::mutex spareMutex;
+  pieces::ScanAndAddInOrder(
+      parts.size(), threads,
+      [&](std::size_t k) {
+        std::unique_ptr<TablePiece> piece;
+        {
+          std::lock_guard lock(spareMutex);
+          if (!spare.empty()) {
+            piece = std::move(spare.back());
+            spare.pop_back();
+          }
+        }
+        if (!piece) piece = std::make_unique<TablePiece>();
+        // The text's first line may start with a byte order mark.
+        const LineCursor::Mode mode = k == 0 && !layout.header ? LineCursor::Mode::kStripped
+                                                               : LineCursor::Mode::kStrippedPart;
+        RowScanner(layout, preferEffectColumn, warnings != nullptr)
+            .scan(parts[k], mode, names, *piece);
+        scanned[k] = std::move(piece);
+        // The kernel readies the memory the piece's interactions will take, here rather
+        // than page by page on the adding thread.
+        if (concurrent) pieces::PrefaultShare(block, rows, parts[k]);
+      },
+      [&](std::size_t k) {
+        adder.add(*scanned[k]);
+        std::lock_guard lock(spareMutex);
+        spare.push_back(std::move(scanned[k]));
+      });
   if (builder.rowCount() == 0) throw InputError(file, 0, "the file holds no interactions");
   return builder.build(threads);
 }
@@ -816,17 +1023,19 @@ Network ReadTableText(std::string_view text, const std::string& file, const Tabl
   return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings, threads);
 }
 
-Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings) {
+Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings,
+                         unsigned threads) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, {}, false);
   if (!layout.header) {
     throw InputError(file, 1, "no OmniPath title line (source, target, ...)");
   }
   NoteColumnsUsed(layout, file, false, warnings);
-  return ReadWithLayout(text, file, layout, false, warnings);
+  return ReadWithLayout(text, file, layout, false, warnings, threads);
 }
 
-Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings) {
+Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings,
+                       unsigned threads) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
@@ -875,7 +1084,7 @@ Network ReadSignorText(std::string_view text, const std::string& file, Warnings*
                      "28 tab-separated columns (found " +
                          std::to_string(f.size()) + ")");
   }
-  return ReadWithLayout(text, file, layout, true, warnings);
+  return ReadWithLayout(text, file, layout, true, warnings, threads);
 }
 
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings) {

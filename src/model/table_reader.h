@@ -48,9 +48,9 @@ class TableColumnsError : public InputError {
 // not know, flag pairs that are both 0 or both 1, rows without a source or target and
 // repeated title lines are counted as warnings. A file whose first line has no source and
 // target titles but four tab-separated fields (regulator, target, a sign word,
-// ";"-separated PubMed ids) is read with those columns and no title line. Rows are read on
-// the calling thread; with `threads` above one, the network's memory is readied and its
-// adjacency built on a second one.
+// ";"-separated PubMed ids) is read with those columns and no title line. Large files are
+// read in pieces on `threads` threads (one piece when a quoted field might hold a line
+// break); the network, its warnings and error lines do not depend on the number.
 Network ReadTableText(std::string_view text, const std::string& file,
                       const TableColumns& columns = {}, Warnings* warnings = nullptr,
                       unsigned threads = 1);
@@ -70,14 +70,14 @@ Network ReadSifText(std::string_view text, const std::string& file, Warnings* wa
 // form complex "0"), MECHANISM the interaction type, TYPEA/TYPEB the molecule types written
 // as words ("proteinfamily" -> "ProteinFamily"; location "NA" in the all-data file), IDA/IDB
 // the accessions, PMID the PubMed id.
-Network ReadSignorText(std::string_view text, const std::string& file,
-                       Warnings* warnings = nullptr);
+Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings = nullptr,
+                       unsigned threads = 1);
 
 // OmniPath interactions TSV: a table whose gene symbols name the molecules, whose UniProt
 // ids are the accessions and whose consensus (else is_) stimulation/inhibition flags give the
-// sign.
+// sign. SIGNOR and OmniPath files are read on `threads` threads as tables are.
 Network ReadOmniPathText(std::string_view text, const std::string& file,
-                         Warnings* warnings = nullptr);
+                         Warnings* warnings = nullptr, unsigned threads = 1);
 
 // True for a column title that names source or target molecules in any spelling the table
 // reader knows ("source", "Target", "regulator", "node1", "source_genesymbol", ...). The

@@ -26,7 +26,7 @@ bool LineCursor::next(std::string_view& line) {
   const std::size_t start = pos_;
   const std::size_t stop = advance();
   line = text_.substr(start, stop - start);
-  if (mode_ == Mode::kStripped && !line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (mode_ != Mode::kRaw && !line.empty() && line.back() == '\r') line.remove_suffix(1);
   return true;
 }
 
@@ -42,7 +42,7 @@ bool LineCursor::extend(std::string_view& line) {
   if (pos_ >= text_.size()) return false;
   const std::size_t stop = advance();
   line = std::string_view(line.data(), static_cast<std::size_t>(text_.data() + stop - line.data()));
-  if (mode_ == Mode::kStripped && !line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (mode_ != Mode::kRaw && !line.empty() && line.back() == '\r') line.remove_suffix(1);
   return true;
 }
 

@@ -1,6 +1,7 @@
 // Helpers the network readers share for walking their input text and naming places in it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -17,8 +18,9 @@ namespace tessel {
 class LineCursor {
  public:
   enum class Mode {
-    kRaw,       // lines keep every byte: a leading byte order mark, a '\r' before the '\n'
-    kStripped,  // a UTF-8 byte order mark is skipped and a '\r' before each '\n' dropped
+    kRaw,           // lines keep every byte: a leading byte order mark, a '\r' before the '\n'
+    kStripped,      // a UTF-8 byte order mark is skipped and a '\r' before each '\n' dropped
+    kStrippedPart,  // a later part of a text cut after a line break: only the '\r' dropped
   };
 
   LineCursor(std::string_view text, Mode mode);
@@ -31,6 +33,8 @@ class LineCursor {
   // quoted field that holds a line break. False at the end of the text.
   bool extend(std::string_view& line);
   std::size_t number() const { return number_; }
+  // Where the next line starts in the text.
+  std::size_t offset() const { return std::min(pos_, text_.size()); }
 
  private:
   // The end of the line starting at pos_, and moves past it.

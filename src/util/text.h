@@ -22,7 +22,9 @@ std::vector<std::string_view> SplitFields(std::string_view line);
 std::string Abbreviate(std::string_view s, std::size_t maxChars = 80);
 
 // White space: blanks (space, tab, '\r', '\v', '\f') and line breaks ('\n').
-bool IsSpace(char c);
+inline bool IsSpace(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+}
 // Blanks within a line: white space other than '\n'.
 inline bool IsBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f';
@@ -31,7 +33,11 @@ inline bool IsBlank(char c) {
 // Strips white space, line breaks included, from both ends.
 std::string_view Trim(std::string_view s);
 // Strips blanks from both ends, keeping line breaks.
-std::string_view TrimBlanks(std::string_view s);
+inline std::string_view TrimBlanks(std::string_view s) {
+  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
+  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
+  return s;
+}
 
 // The text with each run of white space replaced by one "_", so that it reads as one field
 // of a blank-separated file ("MAPK signalling" -> "MAPK_signalling").

@@ -1,5 +1,6 @@
-// The SIG reader scans large texts in pieces, on several threads: whatever the number of
-// threads, the network must be the one that adding the rows one by one gives.
+// The SIG and table readers scan large texts in pieces, on several threads: whatever the
+// number of threads, the network and the warnings must be those that adding the rows one
+// by one gives.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -7,6 +8,7 @@
 
 #include "model/line_fields.h"
 #include "model/readers.h"
+#include "model/table_reader.h"
 #include "test_support.h"
 #include "util/error.h"
 
@@ -90,6 +92,23 @@ std::string Fingerprint(const Network& network) {
   return out;
 }
 
+// The first line where two fingerprints differ, or "" (gtest's diff of texts this large
+// would take gigabytes).
+std::string FirstDifference(const std::string& actual, const std::string& expected) {
+  std::size_t at = 0, line = 1;
+  while (at < actual.size() && at < expected.size() && actual[at] == expected[at]) {
+    if (actual[at++] == '\n') ++line;
+  }
+  if (at == actual.size() && at == expected.size()) return "";
+  const auto lineOf = [&](const std::string& s) {
+    const std::size_t start = s.rfind('\n', at == 0 ? 0 : at - 1);
+    const std::size_t from = start == std::string::npos || at == 0 ? 0 : start + 1;
+    return s.substr(from, s.find('\n', from) - from);
+  };
+  return "line " + std::to_string(line) + ": \"" + lineOf(actual) + "\" where \"" +
+         lineOf(expected) + "\" was expected";
+}
+
 TEST(SigReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
   const std::string text = MixedText(30000, 5);  // about 2 MB: dozens of pieces
   const Network expected = RowByRow(text);
@@ -99,7 +118,8 @@ TEST(SigReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
   for (const unsigned threads : {1u, 2u, 3u}) {
     Warnings warnings;
     const Network network = ReadSigText(text, "mixed.sig", &warnings, threads);
-    EXPECT_EQ(Fingerprint(network), Fingerprint(expected)) << threads << " threads";
+    EXPECT_EQ(FirstDifference(Fingerprint(network), Fingerprint(expected)), "")
+        << threads << " threads";
     if (threads == 1) {
       expectedWarnings = warnings.lines();
       EXPECT_EQ(warnings.size(), 2u);  // the unknown effect and the PubMed ids
@@ -121,8 +141,9 @@ TEST(SigReaderPieces, BadLinesAndTheEndOfDataInLaterPieces) {
     }
     // "na" ends the data: the rows after it are checked but not read.
     std::string ended = text + "na x x x x y y y y y + NA 1\n" + MixedText(3000, 2);
-    EXPECT_EQ(Fingerprint(ReadSigText(ended, "e.sig", nullptr, threads)),
-              Fingerprint(RowByRow(text)));
+    EXPECT_EQ(FirstDifference(Fingerprint(ReadSigText(ended, "e.sig", nullptr, threads)),
+                              Fingerprint(RowByRow(text))),
+              "");
     ended += "A B C\n";
     EXPECT_THROW(ReadSigText(ended, "e.sig", nullptr, threads), InputError);
   }
@@ -167,8 +188,114 @@ TEST(SigReaderPieces, LargeFilesReadLikeTheirText) {
   test::WriteFile(dir / "large.sig", text);
   ReadOptions options;
   options.threads = 2;
-  EXPECT_EQ(Fingerprint(LoadNetwork(dir / "large.sig", options)),
-            Fingerprint(ReadNetworkText(text, "large.sig", {})));
+  EXPECT_EQ(FirstDifference(Fingerprint(LoadNetwork(dir / "large.sig", options)),
+                            Fingerprint(ReadNetworkText(text, "large.sig", {}))),
+            "");
+}
+
+// About `rows` records of a table over 300 molecules, with what the reader must turn into
+// the network's words, and the network that adding its rows one by one gives: names with
+// blanks, "na" (renamed for SIG files, warned on every row), rows without a target, unknown
+// effect words, several PubMed ids per row, repeated title lines, comments, blank lines
+// and CRLF line breaks, fields that fill or contradict a molecule's.
+struct MixedTable {
+  std::string text;
+  Network expected;
+  std::vector<std::pair<std::size_t, std::size_t>> warnings;  // first line and count, per kind
+};
+
+std::vector<std::pair<std::size_t, std::size_t>> LinesAndCounts(const Warnings& warnings) {
+  std::vector<std::pair<std::size_t, std::size_t>> out;
+  for (const Warnings::Entry& e : warnings.entries()) out.emplace_back(e.line, e.count);
+  return out;
+}
+
+MixedTable MakeMixedTable(std::size_t rows, unsigned seed) {
+  std::mt19937 random(seed);
+  const auto pick = [&random](std::size_t n) {
+    return std::uniform_int_distribution<std::size_t>(0, n - 1)(random);
+  };
+  const auto name = [](std::size_t m) -> std::string {
+    if (m == 13) return "na";
+    return m % 40 == 5 ? "Protein  kinase " + std::to_string(m) : "M" + std::to_string(m);
+  };
+  // The name as the table reader gives it to the builder, which renames "na" itself.
+  const auto word = [](std::size_t m) -> std::string {
+    if (m == 13) return "na";
+    return m % 40 == 5 ? "Protein_kinase_" + std::to_string(m) : "M" + std::to_string(m);
+  };
+  const char* types[] = {"Kinase", "TF", "", "small molecule"};
+  const char* typeWords[] = {"Kinase", "TF", "NA", "small_molecule"};
+  const char* effects[] = {"activation", "inhibition", "binding", "", "wobbles"};
+  const char* signs[] = {"+", "_", "0", "0", "0"};
+  NetworkBuilder builder;
+  Warnings warned;  // the builder's, and the reader's under keys of this test
+  builder.makeNamesSigSafe(&warned, "t.tsv");
+  std::string text = "source\ttarget\teffect\tpubmed\tsource_type\ttarget_location\n";
+  std::size_t line = 1;
+  for (std::size_t r = 0; r < rows; ++r) {
+    if (pick(50) == 0) {
+      text += pick(2) == 0 ? "# a comment\n" : " \t\n";
+      ++line;
+    }
+    if (pick(400) == 0) {
+      text += "source\ttarget\teffect\tpubmed\tsource_type\ttarget_location\n";
+      warned.add("title", "t.tsv", ++line, "");
+    }
+    const std::size_t a = pick(300), b = pick(300);
+    const std::size_t effect = pick(5);
+    const std::size_t type = pick(12) == 0 ? pick(4) : a % 2;
+    const bool location = pick(20) == 0;
+    const bool noTarget = pick(300) == 0;
+    std::vector<PubmedId> ids{static_cast<PubmedId>(1000 + pick(40))};
+    std::string references = std::to_string(ids[0]);
+    if (pick(10) == 0) {
+      ids.push_back(static_cast<PubmedId>(2000 + pick(40)));
+      references += ";PMID:" + std::to_string(ids[1]);
+    }
+    text += name(a) + "\t" + (noTarget ? "" : name(b)) + "\t" + effects[effect] + "\t" +
+            references + "\t" + types[type] + "\t" + (location ? "Nucleus" : "") +
+            (pick(7) == 0 ? "\r\n" : "\n");
+    ++line;
+    if (noTarget) {
+      warned.add("no target", "t.tsv", line, "");
+      continue;
+    }
+    if (effect == 4) warned.add("effect", "t.tsv", line, "");
+    for (const PubmedId id : ids) {
+      builder.addRow({word(a), "NA", "NA", typeWords[type], "NA"},
+                     {word(b), "NA", "NA", "NA", location ? "Nucleus" : "NA"}, signs[effect], "NA",
+                     id, line);
+    }
+  }
+  return {std::move(text), builder.build(), LinesAndCounts(warned)};
+}
+
+TEST(TableReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
+  const MixedTable table = MakeMixedTable(40000, 6);  // about 1.3 MB: dozens of pieces
+  ASSERT_GT(table.expected.moleculeConflicts().size(), 5u);
+  ASSERT_GT(table.expected.conflicts().size(), 10u);
+  for (const unsigned threads : {1u, 2u, 3u}) {
+    Warnings warnings;
+    const Network network = ReadTableText(table.text, "t.tsv", {}, &warnings, threads);
+    EXPECT_EQ(FirstDifference(Fingerprint(network), Fingerprint(table.expected)), "")
+        << threads << " threads";
+    // Unknown effect, renamed "na" (on every row end), no target, repeated titles.
+    ASSERT_EQ(LinesAndCounts(warnings).size(), 4u);
+    EXPECT_EQ(LinesAndCounts(warnings), table.warnings) << threads << " threads";
+  }
+  // An unclosed quote in a later piece names its line, whatever the threads.
+  const std::size_t lines =
+      static_cast<std::size_t>(std::count(table.text.begin(), table.text.end(), '\n'));
+  const std::string bad = table.text + "A\t\"B\tactivation\t1\n" + "C\tD\tactivation\t2\n";
+  for (const unsigned threads : {1u, 3u}) {
+    try {
+      ReadTableText(bad, "bad.tsv", {}, nullptr, threads);
+      ADD_FAILURE() << "no error";
+    } catch (const InputError& e) {
+      EXPECT_EQ(e.line(), lines + 1) << e.what();
+    }
+  }
 }
 
 }  // namespace
