@@ -284,6 +284,14 @@ TEST(TableReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
     ASSERT_EQ(LinesAndCounts(warnings).size(), 4u);
     EXPECT_EQ(LinesAndCounts(warnings), table.warnings) << threads << " threads";
   }
+  // Read from a file, whose text is given back piece by piece as the rows are added.
+  test::ScratchDir dir;
+  test::WriteFile(dir / "t.tsv", table.text);
+  ReadOptions options;
+  options.threads = 2;
+  EXPECT_EQ(FirstDifference(Fingerprint(LoadNetwork(dir / "t.tsv", options)),
+                            Fingerprint(table.expected)),
+            "");
   // An unclosed quote in a later piece names its line, whatever the threads.
   const std::size_t lines =
       static_cast<std::size_t>(std::count(table.text.begin(), table.text.end(), '\n'));

@@ -59,9 +59,10 @@ std::vector<std::string_view> CutIntoPieces(std::string_view text, std::size_t s
   return pieces;
 }
 
-std::size_t PieceSize(std::size_t textSize, unsigned threads) {
+std::size_t PieceSize(std::size_t textSize, unsigned threads, std::size_t largest) {
+  largest = std::clamp<std::size_t>(largest, std::size_t{1} << 16, std::size_t{1} << 22);
   return std::clamp<std::size_t>(textSize / (8 * static_cast<std::size_t>(threads)) + 1,
-                                 std::size_t{1} << 16, std::size_t{1} << 22);
+                                 std::size_t{1} << 16, largest);
 }
 
 void PrefaultShare(std::span<std::byte> block, std::string_view text, std::string_view piece) {

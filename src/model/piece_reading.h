@@ -127,7 +127,7 @@ class SharedNames {
     bool operator()(const Slot& s, const Key& k) const { return (*this)(k, s); }
   };
 
-  struct Shard {
+  struct alignas(64) Shard {
     SpinLock lock;
     absl::flat_hash_set<Slot, KeyHash, KeyEq> entries;
     // Entries are cut from blocks of memory that live as long as the table; an entry's
@@ -189,10 +189,10 @@ template <typename Names>
 // Cuts the text after line breaks into pieces of about `size` bytes.
 std::vector<std::string_view> CutIntoPieces(std::string_view text, std::size_t size);
 
-// The size of the pieces for a text read on `threads` threads: at most 4 MB (offsets within
-// a piece fit 32 bits with room to spare), enough of them to keep every thread busy while
-// the calling thread adds the earlier ones.
-std::size_t PieceSize(std::size_t textSize, unsigned threads);
+// The size of the pieces for a text read on `threads` threads: enough of them to keep
+// every thread busy while the calling thread adds the earlier ones, and at most `largest`
+// bytes (at most 4 MB, so that offsets within a piece fit 32 bits with room to spare).
+std::size_t PieceSize(std::size_t textSize, unsigned threads, std::size_t largest);
 
 // Has the kernel ready the share of `block` (the interactions' memory) that the rows of
 // `piece` (part of `text`) will take, so that memory grows as the text is read.

@@ -157,20 +157,19 @@ NetworkFormat DetectFormat(std::string_view text, const std::filesystem::path& p
 namespace {
 // Reads `text` with the reader of `format` (not Auto). `owned`, when given, is the file
 // holding the text: it is given back as soon as the reader no longer needs it, which for SIG
-// files is before the network's adjacency is built (a million rows are about 100 MB of
-// text); the text of rows already added is given back as the reading goes on.
+// files and tables is before the network's adjacency is built (a million rows are about
+// 100 MB of text); the text of rows already added is given back as the reading goes on.
 Network ReadFormat(std::string_view text, FileText* owned, const std::string& file,
                    NetworkFormat format, const ReadOptions& options, Warnings* warnings) {
+  TextConsumed consumed;
+  if (owned != nullptr) consumed = [owned](std::string_view part) { owned->releasePart(part); };
+  const unsigned threads = ResolveThreads(options.threads);
   switch (format) {
     case NetworkFormat::Sig: {
       NetworkBuilder builder;
-      std::function<void(std::string_view)> consumed;
-      if (owned != nullptr) {
-        consumed = [owned](std::string_view part) { owned->releasePart(part); };
-      }
-      ReadSigRows(text, file, warnings, options.threads, builder, consumed);
+      ReadSigRows(text, file, warnings, threads, builder, consumed);
       if (owned != nullptr) owned->release();
-      return builder.build(ResolveThreads(options.threads));
+      return builder.build(threads);
     }
     case NetworkFormat::Pairs:
       return ReadTwoColumnText(text, file, warnings);
@@ -179,13 +178,13 @@ Network ReadFormat(std::string_view text, FileText* owned, const std::string& fi
     case NetworkFormat::Mitab:
       return ReadMitabText(text, file, warnings);
     case NetworkFormat::Table:
-      return ReadTableText(text, file, options.columns, warnings, ResolveThreads(options.threads));
+      return ReadTableText(text, file, options.columns, warnings, threads, consumed);
     case NetworkFormat::Sif:
       return ReadSifText(text, file, warnings);
     case NetworkFormat::Signor:
-      return ReadSignorText(text, file, warnings, ResolveThreads(options.threads));
+      return ReadSignorText(text, file, warnings, threads, consumed);
     case NetworkFormat::OmniPath:
-      return ReadOmniPathText(text, file, warnings, ResolveThreads(options.threads));
+      return ReadOmniPathText(text, file, warnings, threads, consumed);
     case NetworkFormat::GraphMl:
       return ReadGraphMlText(text, file, warnings);
     case NetworkFormat::Auto:

@@ -79,16 +79,18 @@ struct ReadOptions {
   unsigned threads = 0;
 };
 
+// Told of each part of a text whose rows a reader has added, in order: the reader keeps no
+// reference into it, so that the file holding it can be given back as the reading goes on.
+using TextConsumed = std::function<void(std::string_view)>;
+
 // The 13-column SIG format. `file` names the source in messages. `threads` (0: one per
 // core) scan pieces of a large text in parallel; the network is the same for any number.
 Network ReadSigText(std::string_view text, const std::string& file, Warnings* warnings = nullptr,
                     unsigned threads = 1);
 // The rows of a SIG text added to `builder`, for a caller that frees the text before
-// building the network. `consumed`, when given, is called with each part of the text whose
-// rows have all been added, in order: the builder keeps no reference into it.
+// building the network; `consumed`, when given, is told of the parts read.
 void ReadSigRows(std::string_view text, const std::string& file, Warnings* warnings,
-                 unsigned threads, NetworkBuilder& builder,
-                 const std::function<void(std::string_view)>& consumed = {});
+                 unsigned threads, NetworkBuilder& builder, const TextConsumed& consumed = {});
 
 // Two fields per line: source name and target name.
 Network ReadTwoColumnText(std::string_view text, const std::string& file,

@@ -97,6 +97,11 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
   piece.rows.reserve(text.size() / 80 + 1);
   absl::flat_hash_map<std::string_view, std::uint32_t> words;
   const auto word = [&](std::string_view w) {
+    // The first few words of a piece are most of its rows'.
+    const std::size_t few = std::min<std::size_t>(piece.words.size(), 8);
+    for (std::size_t k = 0; k < few; ++k) {
+      if (piece.words[k] == w) return static_cast<std::uint32_t>(k);
+    }
     const auto [it, inserted] =
         words.try_emplace(w, static_cast<std::uint32_t>(piece.words.size()));
     if (inserted) piece.words.push_back(w);
@@ -246,13 +251,12 @@ class PieceAdder {
 }  // namespace
 
 void ReadSigRows(std::string_view text, const std::string& file, Warnings* warnings,
-                 unsigned threads, NetworkBuilder& builder,
-                 const std::function<void(std::string_view)>& consumed) {
+                 unsigned threads, NetworkBuilder& builder, const TextConsumed& consumed) {
   CheckIsText(text, file, EmptyText::kNoBytes);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
   threads = ResolveThreads(threads);
   const std::vector<std::string_view> parts =
-      pieces::CutIntoPieces(text, pieces::PieceSize(text.size(), threads));
+      pieces::CutIntoPieces(text, pieces::PieceSize(text.size(), threads, std::size_t{4} << 20));
   const bool concurrent = threads > 1 && parts.size() > 1;
   SharedNames names(concurrent);
   PieceAdder adder(builder, file, warnings);

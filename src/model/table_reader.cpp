@@ -764,10 +764,15 @@ class TableAdder {
   std::vector<std::optional<PooledText>> pooled_;  // per word of the piece, once pooled
 };
 
+// A scanned piece of a table takes about five times its text (rows, names, keys); pieces
+// of at most 1 MB keep the few held at a time small.
+constexpr std::size_t kLargestPiece = std::size_t{1} << 20;
+
 // Reads the rows after the title line (or all rows when the layout has none): in pieces on
 // `threads` threads, unless a quoted field may hold a line break.
 Network ReadWithLayout(std::string_view text, const std::string& file, const Layout& layout,
-                       bool preferEffectColumn, Warnings* warnings, unsigned threads = 1) {
+                       bool preferEffectColumn, Warnings* warnings, unsigned threads,
+                       const TextConsumed& consumed) {
   NetworkBuilder builder;
   builder.makeNamesSigSafe(warnings, file);
   builder.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
@@ -781,7 +786,7 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
   const bool quoted = layout.quotes && rows.find('"') != std::string_view::npos;
   const std::vector<std::string_view> parts =
       quoted ? std::vector<std::string_view>{rows}
-             : pieces::CutIntoPieces(rows, pieces::PieceSize(rows.size(), threads));
+             : pieces::CutIntoPieces(rows, pieces::PieceSize(rows.size(), threads, kLargestPiece));
   const bool concurrent = threads > 1 && parts.size() > 1;
   SharedNames names(concurrent);
   TableAdder adder(builder, file, warnings, lines.number());
@@ -814,10 +819,12 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
       },
       [&](std::size_t k) {
         adder.add(*scanned[k]);
+        if (consumed) consumed(parts[k]);
         std::lock_guard lock(spareMutex);
         spare.push_back(std::move(scanned[k]));
       });
   if (builder.rowCount() == 0) throw InputError(file, 0, "the file holds no interactions");
+  if (consumed) consumed(text);
   return builder.build(threads);
 }
 
@@ -1016,26 +1023,26 @@ void NoteColumnsUsed(const Layout& layout, const std::string& file, bool effectC
 }
 
 Network ReadTableText(std::string_view text, const std::string& file, const TableColumns& columns,
-                      Warnings* warnings, unsigned threads) {
+                      Warnings* warnings, unsigned threads, const TextConsumed& consumed) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, columns, true);
   NoteColumnsUsed(layout, file, !columns.effect.empty(), warnings);
-  return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings, threads);
+  return ReadWithLayout(text, file, layout, !columns.effect.empty(), warnings, threads, consumed);
 }
 
 Network ReadOmniPathText(std::string_view text, const std::string& file, Warnings* warnings,
-                         unsigned threads) {
+                         unsigned threads, const TextConsumed& consumed) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   const Layout layout = TableLayout(text, file, {}, false);
   if (!layout.header) {
     throw InputError(file, 1, "no OmniPath title line (source, target, ...)");
   }
   NoteColumnsUsed(layout, file, false, warnings);
-  return ReadWithLayout(text, file, layout, false, warnings, threads);
+  return ReadWithLayout(text, file, layout, false, warnings, threads, consumed);
 }
 
 Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings,
-                       unsigned threads) {
+                       unsigned threads, const TextConsumed& consumed) {
   CheckIsText(text, file, EmptyText::kOnlyBlanks);
   LineCursor lines(text, LineCursor::Mode::kStripped);
   std::string_view first;
@@ -1084,7 +1091,7 @@ Network ReadSignorText(std::string_view text, const std::string& file, Warnings*
                      "28 tab-separated columns (found " +
                          std::to_string(f.size()) + ")");
   }
-  return ReadWithLayout(text, file, layout, true, warnings, threads);
+  return ReadWithLayout(text, file, layout, true, warnings, threads, consumed);
 }
 
 Network ReadSifText(std::string_view text, const std::string& file, Warnings* warnings) {

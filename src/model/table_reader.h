@@ -51,9 +51,11 @@ class TableColumnsError : public InputError {
 // ";"-separated PubMed ids) is read with those columns and no title line. Large files are
 // read in pieces on `threads` threads (one piece when a quoted field might hold a line
 // break); the network, its warnings and error lines do not depend on the number.
+// `consumed`, when set, is told of each part of the text whose rows have been added, and
+// of the whole text once every row has been (see ReadSigRows).
 Network ReadTableText(std::string_view text, const std::string& file,
                       const TableColumns& columns = {}, Warnings* warnings = nullptr,
-                      unsigned threads = 1);
+                      unsigned threads = 1, const TextConsumed& consumed = {});
 
 // SIF: "A relation B [C ...]" per line, tab separated when the line holds a tab, else blank
 // separated; a line of one name is a molecule without interactions. Sign words and numbers
@@ -71,13 +73,14 @@ Network ReadSifText(std::string_view text, const std::string& file, Warnings* wa
 // as words ("proteinfamily" -> "ProteinFamily"; location "NA" in the all-data file), IDA/IDB
 // the accessions, PMID the PubMed id.
 Network ReadSignorText(std::string_view text, const std::string& file, Warnings* warnings = nullptr,
-                       unsigned threads = 1);
+                       unsigned threads = 1, const TextConsumed& consumed = {});
 
 // OmniPath interactions TSV: a table whose gene symbols name the molecules, whose UniProt
 // ids are the accessions and whose consensus (else is_) stimulation/inhibition flags give the
 // sign. SIGNOR and OmniPath files are read on `threads` threads as tables are.
 Network ReadOmniPathText(std::string_view text, const std::string& file,
-                         Warnings* warnings = nullptr, unsigned threads = 1);
+                         Warnings* warnings = nullptr, unsigned threads = 1,
+                         const TextConsumed& consumed = {});
 
 // True for a column title that names source or target molecules in any spelling the table
 // reader knows ("source", "Target", "regulator", "node1", "source_genesymbol", ...). The
