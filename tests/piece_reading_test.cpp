@@ -210,14 +210,18 @@ std::vector<std::pair<std::size_t, std::size_t>> LinesAndCounts(const Warnings& 
   return out;
 }
 
-MixedTable MakeMixedTable(std::size_t rows, unsigned seed) {
+// `quoted`: some names are quoted and hold a line break, so that the table cannot be cut
+// into pieces before it is read.
+MixedTable MakeMixedTable(std::size_t rows, unsigned seed, bool quoted = false) {
   std::mt19937 random(seed);
   const auto pick = [&random](std::size_t n) {
     return std::uniform_int_distribution<std::size_t>(0, n - 1)(random);
   };
-  const auto name = [](std::size_t m) -> std::string {
+  const auto name = [quoted](std::size_t m) -> std::string {
     if (m == 13) return "na";
-    return m % 40 == 5 ? "Protein  kinase " + std::to_string(m) : "M" + std::to_string(m);
+    if (m % 40 != 5) return "M" + std::to_string(m);
+    return quoted ? "\"Protein\n kinase " + std::to_string(m) + "\""
+                  : "Protein  kinase " + std::to_string(m);
   };
   // The name as the table reader gives it to the builder, which renames "na" itself.
   const auto word = [](std::size_t m) -> std::string {
@@ -256,16 +260,17 @@ MixedTable MakeMixedTable(std::size_t rows, unsigned seed) {
     text += name(a) + "\t" + (noTarget ? "" : name(b)) + "\t" + effects[effect] + "\t" +
             references + "\t" + types[type] + "\t" + (location ? "Nucleus" : "") +
             (pick(7) == 0 ? "\r\n" : "\n");
-    ++line;
+    const std::size_t recordLine = ++line;
+    line += quoted ? (a % 40 == 5) + (!noTarget && b % 40 == 5) : 0;
     if (noTarget) {
-      warned.add("no target", "t.tsv", line, "");
+      warned.add("no target", "t.tsv", recordLine, "");
       continue;
     }
-    if (effect == 4) warned.add("effect", "t.tsv", line, "");
+    if (effect == 4) warned.add("effect", "t.tsv", recordLine, "");
     for (const PubmedId id : ids) {
       builder.addRow({word(a), "NA", "NA", typeWords[type], "NA"},
                      {word(b), "NA", "NA", "NA", location ? "Nucleus" : "NA"}, signs[effect], "NA",
-                     id, line);
+                     id, recordLine);
     }
   }
   return {std::move(text), builder.build(), LinesAndCounts(warned)};
@@ -292,6 +297,13 @@ TEST(TableReaderPieces, AnyNumberOfThreadsGivesTheRowByRowNetworkAndWarnings) {
   EXPECT_EQ(FirstDifference(Fingerprint(LoadNetwork(dir / "t.tsv", options)),
                             Fingerprint(table.expected)),
             "");
+  // Quoted names holding line breaks: the records are read in turn, a piece at a time.
+  const MixedTable quoted = MakeMixedTable(40000, 7, true);
+  Warnings warnings;
+  EXPECT_EQ(FirstDifference(Fingerprint(ReadTableText(quoted.text, "t.tsv", {}, &warnings, 2)),
+                            Fingerprint(quoted.expected)),
+            "");
+  EXPECT_EQ(LinesAndCounts(warnings), quoted.warnings);
   // An unclosed quote in a later piece names its line, whatever the threads.
   const std::size_t lines =
       static_cast<std::size_t>(std::count(table.text.begin(), table.text.end(), '\n'));

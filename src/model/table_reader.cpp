@@ -415,7 +415,7 @@ struct TableRow {
   std::uint32_t line = 0;  // where the record starts, counted from the piece's first line (1)
   // Source and target; null when the row adds nothing (its warnings say why).
   std::array<NameEntry*, 2> name{};
-  // Each end's fields in TablePiece::texts (see EndKey).
+  // Each end's fields in TablePiece::texts (see AppendEndKey).
   std::array<std::uint32_t, 2> fieldsAt{}, fieldsSize{};
   std::uint32_t effect = 0, type = 0;     // in TablePiece::words
   std::uint32_t idsAt = 0, idsCount = 0;  // the PubMed ids in TablePiece::ids
@@ -493,18 +493,20 @@ class RowScanner {
     }
   }
 
-  // Scans `text` into `piece`, whose memory is reused.
-  void scan(std::string_view text, LineCursor::Mode mode, SharedNames& names, TablePiece& piece) {
+  // Scans records from `lines` into `piece`, whose memory is reused, until the end of the
+  // text or the first record that ends `budget` bytes or more after where `lines` stood.
+  // Lines are counted from there.
+  void scan(LineCursor& lines, std::size_t budget, SharedNames& names, TablePiece& piece) {
     piece.clear();
     piece_ = &piece;
     words_.clear();
-    piece.rows.reserve(text.size() / 40 + 1);
+    const std::size_t start = lines.offset(), firstLine = lines.number();
+    piece.rows.reserve(std::min(budget, lines.size() - start) / 40 + 1);
     std::vector<std::array<std::uint32_t, 4>>& nameAt = piece.nameAt;
-    LineCursor lines(text, mode);
     FieldSplitter row(layout_.separator, layout_.quotes);
     std::string_view record;
-    while (lines.nextContent(record)) {
-      const auto line = static_cast<std::uint32_t>(lines.number());
+    while (lines.offset() - start < budget && lines.nextContent(record)) {
+      const auto line = static_cast<std::uint32_t>(lines.number() - firstLine);
       bool closed = row.split(record);
       while (!closed && lines.extend(record)) closed = row.split(record);
       if (!closed) {
@@ -526,7 +528,7 @@ class RowScanner {
       }
       piece.rows.back().warningsEnd = static_cast<std::uint32_t>(piece.warnings.size());
     }
-    piece.lines = static_cast<std::uint32_t>(lines.number());
+    piece.lines = static_cast<std::uint32_t>(lines.number() - firstLine);
     // The names are looked up once every record is read, so that the table's places for
     // the names of rows a few on can be fetched ahead.
     const std::string_view texts = piece.texts;
@@ -768,8 +770,8 @@ class TableAdder {
 // of at most 1 MB keep the few held at a time small.
 constexpr std::size_t kLargestPiece = std::size_t{1} << 20;
 
-// Reads the rows after the title line (or all rows when the layout has none): in pieces on
-// `threads` threads, unless a quoted field may hold a line break.
+// Reads the rows after the title line (or all rows when the layout has none), in pieces:
+// on `threads` threads, unless a quoted field may hold a line break.
 Network ReadWithLayout(std::string_view text, const std::string& file, const Layout& layout,
                        bool preferEffectColumn, Warnings* warnings, unsigned threads,
                        const TextConsumed& consumed) {
@@ -782,47 +784,60 @@ Network ReadWithLayout(std::string_view text, const std::string& file, const Lay
     std::size_t line = 0;
     NextRecord(lines, titles, file, line);
   }
+  // After the title line and a byte order mark, both taken by `lines`.
   const std::string_view rows = text.substr(lines.offset());
-  const bool quoted = layout.quotes && rows.find('"') != std::string_view::npos;
-  const std::vector<std::string_view> parts =
-      quoted ? std::vector<std::string_view>{rows}
-             : pieces::CutIntoPieces(rows, pieces::PieceSize(rows.size(), threads, kLargestPiece));
-  const bool concurrent = threads > 1 && parts.size() > 1;
-  SharedNames names(concurrent);
+  constexpr LineCursor::Mode kPart = LineCursor::Mode::kStrippedPart;
   TableAdder adder(builder, file, warnings, lines.number());
-  const std::span<std::byte> block = builder.reservedInteractions();
-  // Scanned pieces, and those already added, whose memory is taken again by later pieces.
-  std::vector<std::unique_ptr<TablePiece>> scanned(parts.size());
-  std::vector<std::unique_ptr<TablePiece>> spare;
-  std::mutex spareMutex;
-  pieces::ScanAndAddInOrder(
-      parts.size(), threads,
-      [&](std::size_t k) {
-        std::unique_ptr<TablePiece> piece;
-        {
-          std::lock_guard lock(spareMutex);
-          if (!spare.empty()) {
-            piece = std::move(spare.back());
-            spare.pop_back();
+  if (layout.quotes && rows.find('"') != std::string_view::npos) {
+    // A quoted field may hold a line break, so that the records cannot be cut apart
+    // before they are read: they are read in turn, a piece at a time, on this thread.
+    SharedNames names(false);
+    RowScanner scanner(layout, preferEffectColumn, warnings != nullptr);
+    TablePiece piece;
+    LineCursor records(rows, kPart);
+    while (records.offset() < rows.size()) {
+      const std::size_t from = records.offset();
+      scanner.scan(records, kLargestPiece, names, piece);
+      adder.add(piece);
+      if (consumed) consumed(rows.substr(from, records.offset() - from));
+    }
+  } else {
+    const std::vector<std::string_view> parts =
+        pieces::CutIntoPieces(rows, pieces::PieceSize(rows.size(), threads, kLargestPiece));
+    const bool concurrent = threads > 1 && parts.size() > 1;
+    SharedNames names(concurrent);
+    const std::span<std::byte> block = builder.reservedInteractions();
+    // Scanned pieces, and those already added, whose memory is taken again by later pieces.
+    std::vector<std::unique_ptr<TablePiece>> scanned(parts.size());
+    std::vector<std::unique_ptr<TablePiece>> spare;
+    std::mutex spareMutex;
+    pieces::ScanAndAddInOrder(
+        parts.size(), threads,
+        [&](std::size_t k) {
+          std::unique_ptr<TablePiece> piece;
+          {
+            std::lock_guard lock(spareMutex);
+            if (!spare.empty()) {
+              piece = std::move(spare.back());
+              spare.pop_back();
+            }
           }
-        }
-        if (!piece) piece = std::make_unique<TablePiece>();
-        // The text's first line may start with a byte order mark.
-        const LineCursor::Mode mode = k == 0 && !layout.header ? LineCursor::Mode::kStripped
-                                                               : LineCursor::Mode::kStrippedPart;
-        RowScanner(layout, preferEffectColumn, warnings != nullptr)
-            .scan(parts[k], mode, names, *piece);
-        scanned[k] = std::move(piece);
-        // The kernel readies the memory the piece's interactions will take, here rather
-        // than page by page on the adding thread.
-        if (concurrent) pieces::PrefaultShare(block, rows, parts[k]);
-      },
-      [&](std::size_t k) {
-        adder.add(*scanned[k]);
-        if (consumed) consumed(parts[k]);
-        std::lock_guard lock(spareMutex);
-        spare.push_back(std::move(scanned[k]));
-      });
+          if (!piece) piece = std::make_unique<TablePiece>();
+          LineCursor lines(parts[k], kPart);
+          RowScanner(layout, preferEffectColumn, warnings != nullptr)
+              .scan(lines, parts[k].size(), names, *piece);
+          scanned[k] = std::move(piece);
+          // The kernel readies the memory the piece's interactions will take, here rather
+          // than page by page on the adding thread.
+          if (concurrent) pieces::PrefaultShare(block, rows, parts[k]);
+        },
+        [&](std::size_t k) {
+          adder.add(*scanned[k]);
+          if (consumed) consumed(parts[k]);
+          std::lock_guard lock(spareMutex);
+          spare.push_back(std::move(scanned[k]));
+        });
+  }
   if (builder.rowCount() == 0) throw InputError(file, 0, "the file holds no interactions");
   if (consumed) consumed(text);
   return builder.build(threads);

@@ -35,6 +35,7 @@ class LineCursor {
   std::size_t number() const { return number_; }
   // Where the next line starts in the text.
   std::size_t offset() const { return std::min(pos_, text_.size()); }
+  std::size_t size() const { return text_.size(); }
 
  private:
   // The end of the line starting at pos_, and moves past it.
