@@ -49,8 +49,9 @@ class TableColumnsError : public InputError {
 // repeated title lines are counted as warnings. A file whose first line has no source and
 // target titles but four tab-separated fields (regulator, target, a sign word,
 // ";"-separated PubMed ids) is read with those columns and no title line. Large files are
-// read in pieces on `threads` threads (one piece when a quoted field might hold a line
-// break); the network, its warnings and error lines do not depend on the number.
+// read in pieces on `threads` threads (on the calling thread, a piece after another, when a
+// quoted field might hold a line break); the network, its warnings and error lines do not
+// depend on the number.
 // `consumed`, when set, is told of each part of the text whose rows have been added, and
 // of the whole text once every row has been (see ReadSigRows).
 Network ReadTableText(std::string_view text, const std::string& file,
