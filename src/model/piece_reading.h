@@ -20,16 +20,20 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <thread>
 #include <type_traits>
 #include <vector>
 
+#include <absl/container/flat_hash_map.h>
 #include <absl/container/flat_hash_set.h>
 #include <absl/hash/hash.h>
 
 #include "model/network.h"
+#include "model/pooled_text.h"
 
 namespace tessel::pieces {
 
@@ -100,6 +104,23 @@ class SharedNames {
   // The entry for `key`, made with `usual` as its usual fields if the name is new.
   NameEntry* find(const Key& key, std::string_view usual);
 
+  // Looks up the source and target names of rows in order (keys[r]: row r's), fetching the
+  // table's places for the names of rows a few on ahead. usual(r, side) gives the fields
+  // that make a new entry; found(r, side, entry) takes the entry.
+  template <typename Usual, typename Found>
+  void findRows(std::span<const std::array<Key, 2>> keys, const Usual& usual, const Found& found) {
+    constexpr std::size_t kAhead = 8;
+    for (std::size_t r = 0; r < keys.size(); ++r) {
+      if (r + kAhead < keys.size()) {
+        prefetch(keys[r + kAhead][0]);
+        prefetch(keys[r + kAhead][1]);
+      }
+      for (std::size_t side = 0; side < 2; ++side) {
+        found(r, side, find(keys[r][side], usual(r, side)));
+      }
+    }
+  }
+
  private:
   static constexpr unsigned kShardBits = 6;
   static constexpr std::size_t kBlockEntries = 1024;
@@ -140,6 +161,52 @@ class SharedNames {
 
   std::array<Shard, std::size_t{1} << kShardBits> shards_;
   bool concurrent_;
+};
+
+// The effect and interaction-type words of a piece, each kept once and known by number.
+class PieceWords {
+ public:
+  std::uint32_t number(std::string_view word) {
+    // The first few words of a piece are most of its rows'.
+    const std::size_t few = std::min<std::size_t>(list_.size(), 8);
+    for (std::size_t k = 0; k < few; ++k) {
+      if (list_[k] == word) return static_cast<std::uint32_t>(k);
+    }
+    const auto it = index_.find(word);
+    if (it != index_.end()) return it->second;
+    const auto k = static_cast<std::uint32_t>(list_.size());
+    list_.emplace_back(word);
+    index_.emplace(list_.back(), k);
+    return k;
+  }
+  std::string_view operator[](std::uint32_t k) const { return list_[k]; }
+  std::size_t size() const { return list_.size(); }
+  void clear() {
+    list_.clear();
+    index_.clear();
+  }
+
+ private:
+  std::vector<std::string> list_;
+  absl::flat_hash_map<std::string, std::uint32_t, TextHash, TextEq> index_;
+};
+
+// The pooled texts of the words of the piece being added, pooled when first used.
+class PooledWords {
+ public:
+  void start(const PieceWords& words) {
+    words_ = &words;
+    pooled_.assign(words.size(), std::nullopt);
+  }
+  PooledText operator()(NetworkBuilder& builder, std::uint32_t k) {
+    std::optional<PooledText>& slot = pooled_[k];
+    if (!slot) slot = builder.pooled((*words_)[k]);
+    return *slot;
+  }
+
+ private:
+  const PieceWords* words_ = nullptr;
+  std::vector<std::optional<PooledText>> pooled_;
 };
 
 // The molecule of one row end whose name has `entry`; `usual`: the end has the name's

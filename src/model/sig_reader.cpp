@@ -14,8 +14,6 @@
 #include <span>
 #include <vector>
 
-#include <absl/container/flat_hash_map.h>
-
 #include "model/effects.h"
 #include "model/line_fields.h"
 #include "model/piece_reading.h"
@@ -80,7 +78,7 @@ struct ScannedPiece {
   std::string_view text;
   std::uint32_t lines = 0;
   std::vector<ScannedRow> rows;
-  std::vector<std::string_view> words;  // effects and interaction types
+  pieces::PieceWords words;  // effects and interaction types
   std::optional<ScanError> error;
 };
 
@@ -95,18 +93,6 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
   ScannedPiece piece;
   piece.text = text;
   piece.rows.reserve(text.size() / 80 + 1);
-  absl::flat_hash_map<std::string_view, std::uint32_t> words;
-  const auto word = [&](std::string_view w) {
-    // The first few words of a piece are most of its rows'.
-    const std::size_t few = std::min<std::size_t>(piece.words.size(), 8);
-    for (std::size_t k = 0; k < few; ++k) {
-      if (piece.words[k] == w) return static_cast<std::uint32_t>(k);
-    }
-    const auto [it, inserted] =
-        words.try_emplace(w, static_cast<std::uint32_t>(piece.words.size()));
-    if (inserted) piece.words.push_back(w);
-    return it->second;
-  };
   std::vector<std::array<SharedNames::Key, 2>> keys;  // per row: source and target
   keys.reserve(piece.rows.capacity());
   std::array<std::string_view, 13> f;
@@ -133,8 +119,8 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
       break;
     }
     row.endsData = f[0] == "na" || f[5] == "na";
-    row.effect = word(f[10]);
-    row.type = word(f[11]);
+    row.effect = piece.words.number(f[10]);
+    row.type = piece.words.number(f[11]);
     auto& key = keys.emplace_back();
     for (std::size_t side = 0; side < 2; ++side) {
       const std::size_t first = side * 5;
@@ -149,17 +135,12 @@ ScannedPiece ScanPiece(std::string_view text, bool fileStart, SharedNames& names
   piece.lines = static_cast<std::uint32_t>(lines.number());
   // The names are looked up once the lines are split, so that the table's places for the
   // names of rows a few on can be fetched ahead.
-  constexpr std::size_t kAhead = 8;
-  for (std::size_t r = 0; r < piece.rows.size(); ++r) {
-    if (r + kAhead < piece.rows.size()) {
-      for (const SharedNames::Key& k : keys[r + kAhead]) names.prefetch(k);
-    }
-    ScannedRow& row = piece.rows[r];
-    for (std::size_t side = 0; side < 2; ++side) {
-      row.name[side] =
-          names.find(keys[r][side], text.substr(row.fieldsAt[side], row.fieldsSize[side]));
-    }
-  }
+  names.findRows(
+      keys,
+      [&](std::size_t r, std::size_t side) {
+        return text.substr(piece.rows[r].fieldsAt[side], piece.rows[r].fieldsSize[side]);
+      },
+      [&](std::size_t r, std::size_t side, NameEntry* entry) { piece.rows[r].name[side] = entry; });
   return piece;
 }
 
@@ -170,7 +151,7 @@ class PieceAdder {
       : builder_(builder), file_(file), warnings_(warnings) {}
 
   void add(const ScannedPiece& piece) {
-    pooled_.assign(piece.words.size(), std::nullopt);
+    pooled_.start(piece.words);
     for (std::size_t r = 0; r < piece.rows.size(); ++r) {
       pieces::FetchAhead(builder_, r, piece.rows.size(),
                          [&piece](std::size_t k) { return piece.rows[k].name; });
@@ -219,14 +200,8 @@ class PieceAdder {
                         f[first + 3], f[first + 4]};
       });
     }
-    builder_.addInteraction(ids[0], ids[1], fields[0], fields[1], pooled(piece, row.effect),
-                            pooled(piece, row.type), row.pubmed, line);
-  }
-
-  PooledText pooled(const ScannedPiece& piece, std::uint32_t word) {
-    auto& slot = pooled_[word];
-    if (!slot) slot = builder_.pooled(piece.words[word]);
-    return *slot;
+    builder_.addInteraction(ids[0], ids[1], fields[0], fields[1], pooled_(builder_, row.effect),
+                            pooled_(builder_, row.type), row.pubmed, line);
   }
 
   [[noreturn]] void fail(const ScannedPiece& piece, const ScanError& error) {
@@ -242,9 +217,9 @@ class PieceAdder {
   NetworkBuilder& builder_;
   const std::string& file_;
   Warnings* warnings_;
-  std::size_t firstLine_ = 0;  // lines before the piece
-  bool ended_ = false;         // a row naming "na" ended the data; later lines are still checked
-  std::vector<std::optional<PooledText>> pooled_;  // per word of the piece, once pooled
+  std::size_t firstLine_ = 0;   // lines before the piece
+  bool ended_ = false;          // a row naming "na" ended the data; later lines are still checked
+  pieces::PooledWords pooled_;  // of the piece being added
   std::string nameBuffer_;
 };
 

@@ -11,8 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include <absl/container/flat_hash_map.h>
-
 #include "model/effects.h"
 #include "model/piece_reading.h"
 #include "model/text_input.h"
@@ -431,14 +429,15 @@ struct PendingWarning {
 struct TablePiece {
   std::uint32_t lines = 0;
   std::vector<TableRow> rows;
-  std::string texts;               // row ends' names and fields
-  std::vector<std::string> words;  // effects and interaction types, each once
+  std::string texts;         // row ends' names and fields
+  pieces::PieceWords words;  // effects and interaction types
   std::vector<PubmedId> ids;
   std::vector<PendingWarning> warnings;
   // A record that cannot be read; the rows before it are good.
   std::optional<std::pair<std::uint32_t, std::string>> error;
-  // While scanning, per row with names: where its source and target names are in texts,
-  // and their keys.
+  // While scanning, per row with names: the row, where its source and target names are in
+  // texts, and their keys.
+  std::vector<std::uint32_t> named;
   std::vector<std::array<std::uint32_t, 4>> nameAt;
   std::vector<std::array<SharedNames::Key, 2>> keys;
 
@@ -450,6 +449,7 @@ struct TablePiece {
     ids.clear();
     warnings.clear();
     error.reset();
+    named.clear();
     nameAt.clear();
     keys.clear();
   }
@@ -499,7 +499,6 @@ class RowScanner {
   void scan(LineCursor& lines, std::size_t budget, SharedNames& names, TablePiece& piece) {
     piece.clear();
     piece_ = &piece;
-    words_.clear();
     const std::size_t start = lines.offset(), firstLine = lines.number();
     piece.rows.reserve(std::min(budget, lines.size() - start) / 40 + 1);
     std::vector<std::array<std::uint32_t, 4>>& nameAt = piece.nameAt;
@@ -515,6 +514,7 @@ class RowScanner {
       }
       if (addRow(row, line)) {
         TableRow& r = piece.rows.back();
+        piece.named.push_back(static_cast<std::uint32_t>(piece.rows.size() - 1));
         auto& at = nameAt.emplace_back();
         for (std::size_t side = 0; side < 2; ++side) {
           const EndPoint& e = ends_[side];
@@ -540,19 +540,15 @@ class RowScanner {
             SharedNames::KeyOf(texts.substr(nameAt[k][2 * side], nameAt[k][2 * side + 1]));
       }
     }
-    constexpr std::size_t kAhead = 8;
-    std::size_t k = 0;
-    for (TableRow& r : piece.rows) {
-      if (r.idsCount == 0) continue;  // adds nothing
-      if (k + kAhead < keys.size()) {
-        for (const SharedNames::Key& key : keys[k + kAhead]) names.prefetch(key);
-      }
-      for (std::size_t side = 0; side < 2; ++side) {
-        r.name[side] =
-            names.find(keys[k][side], texts.substr(r.fieldsAt[side], r.fieldsSize[side]));
-      }
-      ++k;
-    }
+    names.findRows(
+        keys,
+        [&](std::size_t k, std::size_t side) {
+          const TableRow& r = piece.rows[piece.named[k]];
+          return texts.substr(r.fieldsAt[side], r.fieldsSize[side]);
+        },
+        [&](std::size_t k, std::size_t side, NameEntry* entry) {
+          piece.rows[piece.named[k]].name[side] = entry;
+        });
     piece_ = nullptr;
   }
 
@@ -564,20 +560,6 @@ class RowScanner {
   std::string_view field(const FieldSplitter& row, Role role) const {
     const std::size_t c = layout_.column[role];
     return c == kAbsent ? std::string_view() : row[c];
-  }
-
-  std::uint32_t word(std::string_view w) {
-    // The first few words of a piece are most of its rows'.
-    const std::size_t few = std::min<std::size_t>(piece_->words.size(), 8);
-    for (std::size_t k = 0; k < few; ++k) {
-      if (piece_->words[k] == w) return static_cast<std::uint32_t>(k);
-    }
-    const auto it = words_.find(w);
-    if (it != words_.end()) return it->second;
-    const auto index = static_cast<std::uint32_t>(piece_->words.size());
-    piece_->words.emplace_back(w);
-    words_.emplace(std::string(w), index);
-    return index;
   }
 
   std::string_view effectOf(const FieldSplitter& row, std::uint32_t line) {
@@ -678,8 +660,8 @@ class RowScanner {
       return false;
     }
     TableRow& r = piece.rows.back();
-    r.effect = word(effectOf(row, line));
-    r.type = word(OptionalWord(field(row, kType), typeBuffer_));
+    r.effect = piece.words.number(effectOf(row, line));
+    r.type = piece.words.number(OptionalWord(field(row, kType), typeBuffer_));
     const std::string_view references = field(row, kPubmed);
     ParsePubmedIds(references, pubmedIds_);
     if (pubmedIds_.empty()) {
@@ -709,7 +691,6 @@ class RowScanner {
   std::string typeBuffer_;
   std::vector<PubmedId> pubmedIds_;
   TablePiece* piece_ = nullptr;
-  absl::flat_hash_map<std::string, std::uint32_t, TextHash, TextEq> words_;  // of the piece
 };
 
 // Adds the scanned pieces of a table to the builder in file order.
@@ -720,7 +701,7 @@ class TableAdder {
       : builder_(builder), file_(file), warnings_(warnings), firstLine_(linesBefore) {}
 
   void add(const TablePiece& piece) {
-    pooled_.assign(piece.words.size(), std::nullopt);
+    pooled_.start(piece.words);
     std::size_t warned = 0;
     const std::string_view texts = piece.texts;
     for (std::size_t k = 0; k < piece.rows.size(); ++k) {
@@ -733,8 +714,8 @@ class TableAdder {
       }
       if (row.name[0] == nullptr) continue;
       const std::size_t line = firstLine_ + row.line;
-      const PooledText effect = pooled(piece, row.effect);
-      const PooledText type = pooled(piece, row.type);
+      const PooledText effect = pooled_(builder_, row.effect);
+      const PooledText type = pooled_(builder_, row.type);
       for (std::uint32_t i = 0; i < row.idsCount; ++i) {
         std::array<NetworkBuilder::EndFields, 2> fields;
         std::array<MoleculeId, 2> ids{};
@@ -753,17 +734,11 @@ class TableAdder {
   }
 
  private:
-  PooledText pooled(const TablePiece& piece, std::uint32_t word) {
-    auto& slot = pooled_[word];
-    if (!slot) slot = builder_.pooled(piece.words[word]);
-    return *slot;
-  }
-
   NetworkBuilder& builder_;
   const std::string& file_;
   Warnings* warnings_;
-  std::size_t firstLine_;                          // lines before the piece
-  std::vector<std::optional<PooledText>> pooled_;  // per word of the piece, once pooled
+  std::size_t firstLine_;       // lines before the piece
+  pieces::PooledWords pooled_;  // of the piece being added
 };
 
 // A scanned piece of a table takes about five times its text (rows, names, keys); pieces
