@@ -435,10 +435,13 @@ struct TablePiece {
   std::vector<PendingWarning> warnings;
   // A record that cannot be read; the rows before it are good.
   std::optional<std::pair<std::uint32_t, std::string>> error;
-  // While scanning, per row with names: the row, where its source and target names are in
-  // texts, and their keys.
-  std::vector<std::uint32_t> named;
-  std::vector<std::array<std::uint32_t, 4>> nameAt;
+  // While scanning, per row with names: the row, and where its source and target names
+  // are in texts (offset and size of each); then the names' keys.
+  struct Named {
+    std::uint32_t row;
+    std::array<std::uint32_t, 4> name;
+  };
+  std::vector<Named> named;
   std::vector<std::array<SharedNames::Key, 2>> keys;
 
   void clear() {
@@ -450,7 +453,6 @@ struct TablePiece {
     warnings.clear();
     error.reset();
     named.clear();
-    nameAt.clear();
     keys.clear();
   }
 };
@@ -501,7 +503,6 @@ class RowScanner {
     piece_ = &piece;
     const std::size_t start = lines.offset(), firstLine = lines.number();
     piece.rows.reserve(std::min(budget, lines.size() - start) / 40 + 1);
-    std::vector<std::array<std::uint32_t, 4>>& nameAt = piece.nameAt;
     FieldSplitter row(layout_.separator, layout_.quotes);
     std::string_view record;
     while (lines.offset() - start < budget && lines.nextContent(record)) {
@@ -514,8 +515,8 @@ class RowScanner {
       }
       if (addRow(row, line)) {
         TableRow& r = piece.rows.back();
-        piece.named.push_back(static_cast<std::uint32_t>(piece.rows.size() - 1));
-        auto& at = nameAt.emplace_back();
+        auto& [index, at] = piece.named.emplace_back();
+        index = static_cast<std::uint32_t>(piece.rows.size() - 1);
         for (std::size_t side = 0; side < 2; ++side) {
           const EndPoint& e = ends_[side];
           at[2 * side] = static_cast<std::uint32_t>(piece.texts.size());
@@ -533,21 +534,20 @@ class RowScanner {
     // the names of rows a few on can be fetched ahead.
     const std::string_view texts = piece.texts;
     std::vector<std::array<SharedNames::Key, 2>>& keys = piece.keys;
-    keys.resize(nameAt.size());
+    keys.resize(piece.named.size());
     for (std::size_t k = 0; k < keys.size(); ++k) {
-      for (std::size_t side = 0; side < 2; ++side) {
-        keys[k][side] =
-            SharedNames::KeyOf(texts.substr(nameAt[k][2 * side], nameAt[k][2 * side + 1]));
-      }
+      const std::array<std::uint32_t, 4>& at = piece.named[k].name;
+      keys[k] = {SharedNames::KeyOf(texts.substr(at[0], at[1])),
+                 SharedNames::KeyOf(texts.substr(at[2], at[3]))};
     }
     names.findRows(
         keys,
         [&](std::size_t k, std::size_t side) {
-          const TableRow& r = piece.rows[piece.named[k]];
+          const TableRow& r = piece.rows[piece.named[k].row];
           return texts.substr(r.fieldsAt[side], r.fieldsSize[side]);
         },
         [&](std::size_t k, std::size_t side, NameEntry* entry) {
-          piece.rows[piece.named[k]].name[side] = entry;
+          piece.rows[piece.named[k].row].name[side] = entry;
         });
     piece_ = nullptr;
   }
